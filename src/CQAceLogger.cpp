@@ -1,0 +1,345 @@
+// File sizes and directory entries of 64 bits, also where long has 32: a log file may grow beyond 2 GiB, and ACE, built
+// like this, hands out directory entries of that layout. Only this file sees them.
+#define _FILE_OFFSET_BITS 64 // NOLINT(bugprone-reserved-identifier): the C library's documented switch
+
+#include "CQAceLogger.h"
+
+#include "SystemClocks.h"
+
+#include <QuarnLogging/Logging.h>
+
+#include <ace/ACE.h>
+#include <ace/Dirent_Selector.h>
+
+#include <limits.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cwchar>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Quarn::Logging {
+
+namespace {
+
+/// Wide characters of a line or a notice, terminator included.
+constexpr std::size_t LINE_SIZE = 2000;
+
+constexpr wchar_t TIME_STAMP_MARKER[] = L"%T";
+constexpr std::size_t TIME_STAMP_MARKER_LENGTH = 2;
+
+struct SLevelStyle
+{
+    const wchar_t* name;
+    const wchar_t* colorStart;
+};
+
+SLevelStyle StyleOf(int level)
+{
+    switch (level) {
+    case LEVEL_DEBUG:
+        return {L"debug", L"\x1b[36m"}; // cyan
+    case LEVEL_INFO:
+        return {L"info", L"\x1b[32m"}; // green
+    case LEVEL_WARNING:
+        return {L"warning", L"\x1b[33m"}; // yellow
+    case LEVEL_ERROR:
+        return {L"error", L"\x1b[31m"}; // red
+    default:
+        return {L"?", L"\x1b[0m"};
+    }
+}
+
+/// Truncates towards zero to a time of 32 bits, as the system that the dates are compared with has it; what does not
+/// fit becomes the smallest one, as the processor's own conversion has it.
+std::int32_t ToTime32(long double seconds)
+{
+    return seconds > -2147483649.0L && seconds < 2147483648.0L ? static_cast<std::int32_t>(seconds) : INT32_MIN;
+}
+
+/// Milliseconds into the second, truncated. In extended precision, so that the product is the same on every processor.
+unsigned int MillisecondsOf(double seconds)
+{
+    const long double milliseconds = static_cast<long double>(seconds - std::floor(seconds)) * 1000;
+    return milliseconds >= 0 && milliseconds < 1000 ? static_cast<unsigned int>(milliseconds) : 0; // 0 if not a number
+}
+
+/// A name as the file system gets it: the low 8 bits of each character. Names go out as they came in from options
+/// strings built from bytes, whatever the locale, and directory entries come back the same way.
+std::string Narrow(const ACE_String_Base<wchar_t>& name)
+{
+    std::string narrow(name.length(), '\0');
+    std::transform(name.c_str(), name.c_str() + name.length(), narrow.begin(),
+                   [](wchar_t character) { return static_cast<char>(character); });
+    return narrow;
+}
+
+ACE_String_Base<wchar_t> Widen(const char* name)
+{
+    ACE_String_Base<wchar_t> wide;
+    for (; *name != '\0'; ++name) {
+        wide += static_cast<wchar_t>(static_cast<unsigned char>(*name));
+    }
+    return wide;
+}
+
+std::wstring_view View(const ACE_String_Base<wchar_t>& text) { return {text.c_str(), text.length()}; }
+
+bool Exists(const ACE_String_Base<wchar_t>& name)
+{
+    struct stat status;
+    return stat(Narrow(name).c_str(), &status) == 0;
+}
+
+bool IsOldFile(std::wstring_view name, std::wstring_view base, std::wstring_view suffix)
+{
+    return name.substr(0, base.size()) == base && name.size() >= suffix.size() &&
+           name.substr(name.size() - suffix.size()) == suffix;
+}
+
+void SleepUntilNextSecond(long microseconds)
+{
+    const long rest = 1000000 - microseconds;
+    const timespec duration = {rest / 1000000, rest % 1000000 * 1000};
+    nanosleep(&duration, nullptr);
+}
+
+} // namespace
+
+CQAceLogger::~CQAceLogger()
+{
+    try {
+        if (IsFileOpen()) {
+            std::fclose(m_pStream);
+            m_pStream = nullptr;
+            Rotate();
+        }
+    } catch (...) { // a file that keeps its current name is found and renamed by the next run
+    }
+}
+
+void CQAceLogger::Log(int level, int category, double time, unsigned int threadId, const char* file, int line,
+                      const wchar_t* text)
+{
+    if (m_pStream == nullptr) {
+        OpenFile();
+    }
+    if (m_pStream == nullptr) {
+        return;
+    }
+    const long double wallTime = static_cast<long double>(GetStartTime()) + static_cast<long double>(time);
+    const time_t seconds = ToTime32(wallTime);
+    tm calendar{};
+    localtime_r(&seconds, &calendar);
+    const SLevelStyle style = StyleOf(level);
+    wchar_t buffer[LINE_SIZE];
+    std::swprintf(buffer, LINE_SIZE, L"%ls%s:%d: %ls: m=%d t=%04d.%02d.%02d-%02d:%02d:%02d.%03u tid=0x%x: %ls%ls\n",
+                  m_UseColor ? style.colorStart : L"", file, line, style.name, category, calendar.tm_year + 1900,
+                  calendar.tm_mon + 1, calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec,
+                  MillisecondsOf(static_cast<double>(wallTime)), threadId, text, m_UseColor ? L"\x1b[0m" : L"");
+    buffer[LINE_SIZE - 1] = L'\0';
+    const int written = std::fprintf(m_pStream, "%ls", buffer);
+    std::fflush(m_pStream);
+
+    if (!IsFileOpen() || m_MaxFileSize == 0) {
+        return;
+    }
+    // A failed write counts as -1 byte, so that a file that takes nothing at all is given up at once.
+    m_BytesWritten += static_cast<std::uint32_t>(written);
+    if (m_BytesWritten >= m_MaxFileSize) {
+        RotateFullFile();
+    }
+}
+
+void CQAceLogger::MessagesDropped(unsigned int count)
+{
+    wchar_t buffer[LINE_SIZE];
+    std::swprintf(buffer, LINE_SIZE, L"%d Messages dropped (internal queue full)\n", static_cast<int>(count));
+    buffer[LINE_SIZE - 1] = L'\0';
+    // The console gets the notice even when a file is the output; its own buffer then decides when it is seen.
+    std::printf("%ls", buffer);
+    if (m_pStream != nullptr) { // null would flush every stream of the process
+        std::fflush(m_pStream);
+    }
+}
+
+void CQAceLogger::SetErrorHandler(IQErrorHandler* /*handler*/) {}
+
+void CQAceLogger::SetOutputStream(const wchar_t* name, unsigned int size, unsigned int count)
+{
+    if (IsFileOpen()) {
+        std::fclose(m_pStream);
+        Rotate();
+    }
+    if (*name == L'\0') {
+        m_BytesWritten = 0;
+        m_MaxFileSize = 0;
+        m_FileName.clear();
+        m_FileNamePattern.clear();
+        m_FileNamePrefix.clear();
+        m_FileNameSuffix.clear();
+        m_MaxOldFiles = 0;
+        m_pStream = stdout;
+        return;
+    }
+    m_FileNamePattern = name;
+    SplitPattern();
+    m_MaxFileSize = size;
+    m_MaxOldFiles = count == 0 ? 1 : count;
+    OpenFile();
+}
+
+/// Derives the current name, the prefix and the suffix from the pattern.
+void CQAceLogger::SplitPattern()
+{
+    const std::wstring_view pattern = View(m_FileNamePattern);
+    const std::size_t marker = pattern.find(TIME_STAMP_MARKER);
+    if (marker == std::wstring_view::npos) {
+        m_FileName = m_FileNamePattern;
+        m_FileNamePrefix = m_FileNamePattern;
+        return; // The suffix stays what an earlier pattern made it: names of old files keep their ending.
+    }
+    std::wstring_view prefix = pattern.substr(0, marker);
+    std::wstring_view suffix = pattern.substr(marker + TIME_STAMP_MARKER_LENGTH);
+    m_FileNamePrefix.set(prefix.data(), prefix.size(), true);
+    m_FileNameSuffix.set(suffix.data(), suffix.size(), true);
+    if (!prefix.empty() && prefix.back() == L'-') {
+        prefix.remove_suffix(1);
+    }
+    if (!suffix.empty() && suffix.front() == L'-') {
+        suffix.remove_prefix(1);
+    }
+    m_FileName.set(prefix.data(), prefix.size(), true);
+    m_FileName.append(suffix.data(), suffix.size());
+}
+
+/// Opens an empty current file, after a file of that name was rotated. The stream is null if that fails.
+void CQAceLogger::OpenFile()
+{
+    m_BytesWritten = 0;
+    if (Exists(m_FileName)) {
+        Rotate();
+    }
+    CreateDirectoryOfFile();
+    m_pStream = std::fopen(Narrow(m_FileName).c_str(), "w+");
+}
+
+/// One directory, not its parents. Either separator may have been used.
+void CQAceLogger::CreateDirectoryOfFile() const
+{
+    const std::string name = Narrow(m_FileName);
+    if (name.size() >= PATH_MAX) {
+        return; // no such file can be opened, and ACE::dirname has room for a path only
+    }
+    const std::string backslashed = ACE::dirname(name.c_str(), '\\');
+    const std::string slashed = ACE::dirname(name.c_str(), '/');
+    if (backslashed.size() > slashed.size()) {
+        mkdir(backslashed.c_str(), 0755);
+    } else if (slashed != ".") {
+        mkdir(slashed.c_str(), 0755);
+    }
+}
+
+/// Gives the current file, which is closed, a time-stamped name.
+void CQAceLogger::MoveFileAside()
+{
+    WideString name;
+    GetNewFileName(name);
+    std::rename(Narrow(m_FileName).c_str(), Narrow(name).c_str());
+}
+
+void CQAceLogger::Rotate()
+{
+    MoveFileAside();
+    RemoveOldFiles();
+}
+
+/// Unlike the other rotations this one makes the fresh file before it removes old ones. Where the current name looks
+/// like an old file's, the fresh file is thereby counted and, as the first in order, removed; that is how such a
+/// pattern limits the files, and a "-" beside "%T" avoids it.
+void CQAceLogger::RotateFullFile()
+{
+    std::fclose(m_pStream);
+    MoveFileAside();
+    m_pStream = std::fopen(Narrow(m_FileName).c_str(), "w+");
+    m_BytesWritten = 0;
+    RemoveOldFiles();
+}
+
+/// A time-stamped name under which there is no file. Waits for the next second as often as needed.
+void CQAceLogger::GetNewFileName(WideString& result)
+{
+    for (;;) {
+        const timespec now = ReadRealTime();
+        const time_t seconds = now.tv_sec;
+        tm calendar{};
+        localtime_r(&seconds, &calendar);
+        wchar_t timeStamp[80]; // six numbers of any value
+        std::swprintf(timeStamp, std::size(timeStamp), L"%04d%02d%02d-%02d%02d%02d", calendar.tm_year + 1900,
+                      calendar.tm_mon + 1, calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec);
+        result = m_FileNamePrefix;
+        result += timeStamp;
+        result += m_FileNameSuffix;
+        if (!Exists(result)) {
+            return;
+        }
+        SleepUntilNextSecond(now.tv_nsec / 1000);
+    }
+}
+
+/// Removes the oldest of the files that the pattern's prefix and suffix match, beyond the number that is kept. Never
+/// anything for a pattern without a directory.
+void CQAceLogger::RemoveOldFiles()
+{
+    const std::wstring_view pattern = View(m_FileNamePattern);
+    std::size_t separator = pattern.rfind(L'/');
+    if (separator == std::wstring_view::npos) {
+        separator = pattern.rfind(L'\\');
+    }
+    if (separator == std::wstring_view::npos || separator == 0) {
+        return;
+    }
+    const WideString directory(pattern.data(), separator);
+    ACE_Dirent_Selector entries;
+    if (!Exists(directory) || entries.open(Narrow(directory).c_str()) == -1) {
+        return;
+    }
+    const std::wstring_view prefix = View(m_FileNamePrefix);
+    const std::wstring_view base = prefix.substr(std::min(separator + 1, prefix.size()));
+    std::vector<WideString> names;
+    names.reserve(32);
+    for (int i = 0; i < entries.length(); ++i) {
+        WideString name = Widen(entries[i]->d_name);
+        if (IsOldFile(View(name), base, View(m_FileNameSuffix))) {
+            names.push_back(name);
+        }
+    }
+    entries.close();
+    if (names.size() <= m_MaxOldFiles) {
+        return;
+    }
+    std::vector<const WideString*> sorted;
+    sorted.reserve(names.size());
+    for (const WideString& name : names) {
+        sorted.push_back(&name);
+    }
+    std::qsort(sorted.data(), sorted.size(), sizeof sorted[0], FileNameSort);
+    for (std::size_t i = 0; i < names.size() - m_MaxOldFiles; ++i) {
+        unlink((Narrow(directory) + '/' + Narrow(*sorted[i])).c_str());
+    }
+}
+
+/// In the order of character codes: with equal prefix and suffix the oldest time stamp comes first.
+int CQAceLogger::FileNameSort(const void* a, const void* b)
+{
+    return std::wcscmp((*static_cast<const WideString* const*>(a))->c_str(),
+                       (*static_cast<const WideString* const*>(b))->c_str());
+}
+
+} // namespace Quarn::Logging

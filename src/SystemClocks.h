@@ -1,0 +1,38 @@
+#ifndef QUARN_LOGGING_SYSTEM_CLOCKS_H
+#define QUARN_LOGGING_SYSTEM_CLOCKS_H
+
+#include <cstdint>
+#include <time.h>
+
+namespace Quarn::Logging {
+
+/// CLOCK_REALTIME as a timespec cut to whole microseconds; -1 s when the clock cannot be read.
+inline timespec ReadRealTime()
+{
+    timespec now{};
+    if (clock_gettime(CLOCK_REALTIME, &now) != 0) {
+        return {-1, 0};
+    }
+    now.tv_nsec -= now.tv_nsec % 1000;
+    return now;
+}
+
+/// CLOCK_REALTIME in whole milliseconds since the epoch, truncated. The -1 s of an unreadable clock becomes 2^64 -
+/// 1000.
+inline std::uint64_t ReadRealTimeMs()
+{
+    const timespec now = ReadRealTime();
+    return static_cast<std::uint64_t>(static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000 / 1000);
+}
+
+/// CLOCK_MONOTONIC in seconds.
+inline double ReadMonotonicSeconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+} // namespace Quarn::Logging
+
+#endif
