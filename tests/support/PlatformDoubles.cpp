@@ -1,0 +1,342 @@
+#include "PlatformDoubles.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+namespace QuarnTest {
+
+namespace {
+
+constexpr const char* DEVICE_PATH = "/dev/qiomemmap";
+constexpr int DEVICE_FD = 1 << 20; // no descriptor that the system hands out
+
+// Constant-initialised: the library's own start-up runs before any constructor here.
+struct SPlannedFault
+{
+    std::atomic<int> calls;
+    std::atomic<int> firstFailing; // 0: none
+    std::atomic<int> lastFailing;
+    std::atomic<int> error;
+};
+SPlannedFault g_Faults[static_cast<int>(Service::Count)];
+
+struct SFakeClockState
+{
+    std::atomic<bool> active;
+    std::atomic<std::int64_t> realTime;  // ns
+    std::atomic<std::int64_t> monotonic; // ns
+    std::atomic<int> sleeps;
+    std::atomic<std::int64_t> slept; // ns
+};
+SFakeClockState g_Clock;
+
+struct SFakeDeviceState
+{
+    void* memory;
+    bool open;
+    bool mapped;
+    int openFlags;
+    unsigned int openMode;
+    std::size_t mappedBytes;
+    int mapProtection;
+    int mapFlags;
+};
+SFakeDeviceState g_Device;
+
+constexpr std::int64_t NS = 1000000000;
+
+SPlannedFault& FaultOf(Service service) { return g_Faults[static_cast<int>(service)]; }
+
+/// Counts a call; the error with which it is to fail, or 0.
+int PlannedError(Service service)
+{
+    SPlannedFault& fault = FaultOf(service);
+    const int call = ++fault.calls;
+    return fault.firstFailing != 0 && call >= fault.firstFailing && call <= fault.lastFailing ? fault.error.load() : 0;
+}
+
+/// For services that return -1 and set errno.
+bool MustFail(Service service)
+{
+    const int error = PlannedError(service);
+    if (error != 0) {
+        errno = error;
+    }
+    return error != 0;
+}
+
+timespec ToTimespec(std::int64_t nanoseconds)
+{
+    timespec time{};
+    time.tv_sec = static_cast<time_t>(nanoseconds / NS);
+    time.tv_nsec = static_cast<long>(nanoseconds % NS);
+    return time;
+}
+
+} // namespace
+
+FaultPlan::FaultPlan()
+{
+    for (SPlannedFault& fault : g_Faults) {
+        fault.calls = 0;
+        fault.firstFailing = 0;
+    }
+}
+
+FaultPlan::~FaultPlan()
+{
+    for (SPlannedFault& fault : g_Faults) {
+        fault.firstFailing = 0;
+    }
+}
+
+void FaultPlan::Fail(Service service, int error, int nth, int times)
+{
+    SPlannedFault& fault = FaultOf(service);
+    fault.error = error;
+    fault.lastFailing = fault.calls + nth + times - 1;
+    fault.firstFailing = fault.calls + nth;
+}
+
+int FaultPlan::Calls(Service service) const { return FaultOf(service).calls; }
+
+FakeClock::FakeClock()
+{
+    g_Clock.realTime = 0;
+    g_Clock.monotonic = 0;
+    g_Clock.sleeps = 0;
+    g_Clock.slept = 0;
+    g_Clock.active = true;
+}
+
+FakeClock::~FakeClock() { g_Clock.active = false; }
+
+void FakeClock::SetRealTime(std::int64_t seconds, std::int64_t nanoseconds)
+{
+    g_Clock.realTime = seconds * NS + nanoseconds;
+}
+
+void FakeClock::SetMonotonic(std::int64_t seconds, std::int64_t nanoseconds)
+{
+    g_Clock.monotonic = seconds * NS + nanoseconds;
+}
+
+void FakeClock::Advance(std::int64_t seconds, std::int64_t nanoseconds)
+{
+    g_Clock.realTime += seconds * NS + nanoseconds;
+    g_Clock.monotonic += seconds * NS + nanoseconds;
+}
+
+int FakeClock::Sleeps() const { return g_Clock.sleeps; }
+
+std::int64_t FakeClock::SleptNanoseconds() const { return g_Clock.slept; }
+
+FakeDevice::FakeDevice(void* memory)
+{
+    g_Device = {};
+    g_Device.memory = memory;
+}
+
+FakeDevice::~FakeDevice() { g_Device.memory = nullptr; }
+
+int FakeDevice::OpenFlags() const { return g_Device.openFlags; }
+
+unsigned int FakeDevice::OpenMode() const { return g_Device.openMode; }
+
+std::size_t FakeDevice::MappedBytes() const { return g_Device.mappedBytes; }
+
+int FakeDevice::MapProtection() const { return g_Device.mapProtection; }
+
+int FakeDevice::MapFlags() const { return g_Device.mapFlags; }
+
+bool FakeDevice::IsOpen() const { return g_Device.open; }
+
+bool FakeDevice::IsMapped() const { return g_Device.mapped; }
+
+} // namespace QuarnTest
+
+using namespace QuarnTest;
+
+// The names are the linker's.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+
+int __real_clock_gettime(clockid_t clock, timespec* time);
+int __real_clock_settime(clockid_t clock, const timespec* time);
+int __real_close(int fd);
+int __real_fclose(FILE* stream);
+FILE* __real_fopen64(const char* path, const char* mode);
+int __real_mkdir(const char* path, mode_t mode);
+void* __real_mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset);
+int __real_munmap(void* address, size_t length);
+int __real_nanosleep(const timespec* duration, timespec* rest);
+int __real_open(const char* path, int flags, ...);
+int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
+int __real_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes);
+int __real_pthread_mutexattr_init(pthread_mutexattr_t* attributes);
+int __real_pthread_mutexattr_setprotocol(pthread_mutexattr_t* attributes, int protocol);
+int __real_pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int type);
+int __real_rename(const char* from, const char* to);
+int __real_stat64(const char* path, struct stat64* status);
+int __real_unlink(const char* path);
+
+int __wrap_clock_gettime(clockid_t clock, timespec* time)
+{
+    if (MustFail(Service::ClockGettime)) {
+        return -1;
+    }
+    if (g_Clock.active) {
+        *time = ToTimespec(clock == CLOCK_REALTIME ? g_Clock.realTime : g_Clock.monotonic);
+        return 0;
+    }
+    return __real_clock_gettime(clock, time);
+}
+
+// The machine's clock is never set.
+int __wrap_clock_settime(clockid_t clock, const timespec* time)
+{
+    if (MustFail(Service::ClockSettime)) {
+        return -1;
+    }
+    if (g_Clock.active && clock == CLOCK_REALTIME) {
+        g_Clock.realTime = time->tv_sec * NS + time->tv_nsec;
+    }
+    return 0;
+}
+
+int __wrap_close(int fd)
+{
+    if (fd == DEVICE_FD) {
+        g_Device.open = false;
+        return MustFail(Service::Close) ? -1 : 0;
+    }
+    return __real_close(fd);
+}
+
+int __wrap_fclose(FILE* stream)
+{
+    const int result = __real_fclose(stream);
+    return MustFail(Service::Fclose) ? EOF : result;
+}
+
+FILE* __wrap_fopen64(const char* path, const char* mode)
+{
+    return MustFail(Service::Fopen) ? nullptr : __real_fopen64(path, mode);
+}
+
+int __wrap_mkdir(const char* path, mode_t mode) { return MustFail(Service::Mkdir) ? -1 : __real_mkdir(path, mode); }
+
+void* __wrap_mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset)
+{
+    if (fd != DEVICE_FD) {
+        return __real_mmap(address, length, protection, flags, fd, offset);
+    }
+    g_Device.mappedBytes = length;
+    g_Device.mapProtection = protection;
+    g_Device.mapFlags = flags;
+    if (MustFail(Service::Mmap)) {
+        return MAP_FAILED;
+    }
+    g_Device.mapped = true;
+    return g_Device.memory;
+}
+
+int __wrap_munmap(void* address, size_t length)
+{
+    if (g_Device.memory == nullptr || address != g_Device.memory) {
+        return __real_munmap(address, length);
+    }
+    if (MustFail(Service::Munmap)) {
+        return -1;
+    }
+    g_Device.mapped = false;
+    return 0;
+}
+
+int __wrap_nanosleep(const timespec* duration, timespec* rest)
+{
+    if (MustFail(Service::Nanosleep)) {
+        return -1;
+    }
+    if (!g_Clock.active) {
+        return __real_nanosleep(duration, rest);
+    }
+    const std::int64_t nanoseconds = duration->tv_sec * NS + duration->tv_nsec;
+    ++g_Clock.sleeps;
+    g_Clock.slept += nanoseconds;
+    g_Clock.realTime += nanoseconds;
+    g_Clock.monotonic += nanoseconds;
+    return 0;
+}
+
+int __wrap_open(const char* path, int flags, ...)
+{
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = va_arg(args, mode_t);
+    va_end(args);
+    if (std::strcmp(path, DEVICE_PATH) != 0) {
+        return __real_open(path, flags, mode);
+    }
+    if (MustFail(Service::Open)) {
+        return -1;
+    }
+    if (g_Device.memory == nullptr) {
+        errno = ENOENT;
+        return -1;
+    }
+    g_Device.openFlags = flags;
+    g_Device.openMode = mode;
+    g_Device.open = true;
+    return DEVICE_FD;
+}
+
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
+{
+    const int error = PlannedError(Service::MutexLock);
+    return error != 0 ? error : __real_pthread_mutex_lock(mutex);
+}
+
+int __wrap_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes)
+{
+    const int error = PlannedError(Service::MutexattrDestroy);
+    return error != 0 ? error : __real_pthread_mutexattr_destroy(attributes);
+}
+
+int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes)
+{
+    const int error = PlannedError(Service::MutexattrInit);
+    return error != 0 ? error : __real_pthread_mutexattr_init(attributes);
+}
+
+int __wrap_pthread_mutexattr_setprotocol(pthread_mutexattr_t* attributes, int protocol)
+{
+    const int error = PlannedError(Service::MutexattrSetprotocol);
+    return error != 0 ? error : __real_pthread_mutexattr_setprotocol(attributes, protocol);
+}
+
+int __wrap_pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int type)
+{
+    const int error = PlannedError(Service::MutexattrSettype);
+    return error != 0 ? error : __real_pthread_mutexattr_settype(attributes, type);
+}
+
+int __wrap_rename(const char* from, const char* to) { return MustFail(Service::Rename) ? -1 : __real_rename(from, to); }
+
+int __wrap_stat64(const char* path, struct stat64* status)
+{
+    return MustFail(Service::Stat) ? -1 : __real_stat64(path, status);
+}
+
+int __wrap_unlink(const char* path) { return MustFail(Service::Unlink) ? -1 : __real_unlink(path); }
+
+} // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
