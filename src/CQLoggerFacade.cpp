@@ -32,8 +32,12 @@ CQLoggerFacade::CQLoggerFacade()
     m_pSpecialMemory = MapSpecialMemory();
     m_pQueue = m_pSpecialMemory != nullptr ? new (m_pSpecialMemory) CQLogQueue(true) : new CQLogQueue(false);
     InstallLevels();
-    SetStartTime();
+    if (m_pQueue->GetCount() != 0) {
+        DumpPreviousRun();
+    }
+    SetStartTime(); // not earlier: the dumped lines show the times of their own run
     ++m_NumberOfInstances;
+    m_DroppedReported = 0;
 }
 
 CQLoggerFacade::~CQLoggerFacade()
@@ -93,6 +97,19 @@ void CQLoggerFacade::WithdrawLevels()
         StoreRelaxed(g_pLogLevels, static_cast<int*>(nullptr));
         StoreRelaxed(g_MaxLogLevels, -1);
     }
+}
+
+/// Prints what a previous run left in the queue, which may have ended before it could print it, and empties the queue.
+/// Through the exported functions, so that a process that defines them itself has its own called. They use g_Logger,
+/// which is the facade under construction.
+void CQLoggerFacade::DumpPreviousRun()
+{
+    std::puts("Found log entries of a previous run, beginning of dump: ------------------------");
+    SetLogOptions(L"l5;c");
+    DispatchQueuedLogMessages();
+    SetLogOptions(L"l0");
+    std::puts("End of dumped log entries of a previous run ------------------------------------");
+    m_pQueue->ClearAll();
 }
 
 void CQLoggerFacade::SetStartTime()

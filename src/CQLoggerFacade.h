@@ -26,7 +26,8 @@ class CQLoggerFacade
 public:
     static constexpr const char* SPECIAL_MEMORY_DEVICE_PATH = "/dev/qiomemmap";
 
-    /// Maps the reserved memory, or allocates the queue, and installs the table behind g_pLogLevels.
+    /// Maps the reserved memory, or allocates the queue, and installs the table behind g_pLogLevels. Messages that an
+    /// earlier run left in the reserved memory are printed to the console first.
     CQLoggerFacade();
 
     /// Takes the table back and releases the queue. What is still queued is not dispatched; in the reserved memory it
@@ -75,6 +76,7 @@ private:
     void* MapSpecialMemory();
     void InstallLevels();
     void WithdrawLevels();
+    void DumpPreviousRun();
     void SetStartTime();
     SLoggerEntry** FindLink(const IQLogger* logger);
     void RebuildGlobalFilter();
