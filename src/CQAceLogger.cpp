@@ -1,9 +1,10 @@
 // File sizes and directory entries of 64 bits, also where long has 32: a log file may grow beyond 2 GiB, and ACE, built
 // like this, hands out directory entries of that layout. Only this file sees them.
-#define _FILE_OFFSET_BITS 64 // NOLINT(bugprone-reserved-identifier): the C library's documented switch
+#define _FILE_OFFSET_BITS 64 // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): a documented switch
 
 #include "CQAceLogger.h"
 
+#include "LogLine.h"
 #include "SystemClocks.h"
 
 #include <QuarnLogging/Logging.h>
@@ -17,7 +18,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <cwchar>
 #include <string>
@@ -28,47 +28,8 @@ namespace Quarn::Logging {
 
 namespace {
 
-/// Wide characters of a line or a notice, terminator included.
-constexpr std::size_t LINE_SIZE = 2000;
-
 constexpr wchar_t TIME_STAMP_MARKER[] = L"%T";
 constexpr std::size_t TIME_STAMP_MARKER_LENGTH = 2;
-
-struct SLevelStyle
-{
-    const wchar_t* name;
-    const wchar_t* colorStart;
-};
-
-SLevelStyle StyleOf(int level)
-{
-    switch (level) {
-    case LEVEL_DEBUG:
-        return {L"debug", L"\x1b[36m"}; // cyan
-    case LEVEL_INFO:
-        return {L"info", L"\x1b[32m"}; // green
-    case LEVEL_WARNING:
-        return {L"warning", L"\x1b[33m"}; // yellow
-    case LEVEL_ERROR:
-        return {L"error", L"\x1b[31m"}; // red
-    default:
-        return {L"?", L"\x1b[0m"};
-    }
-}
-
-/// Truncates towards zero to a time of 32 bits, as the system that the dates are compared with has it; what does not
-/// fit becomes the smallest one, as the processor's own conversion has it.
-std::int32_t ToTime32(long double seconds)
-{
-    return seconds > -2147483649.0L && seconds < 2147483648.0L ? static_cast<std::int32_t>(seconds) : INT32_MIN;
-}
-
-/// Milliseconds into the second, truncated. In extended precision, so that the product is the same on every processor.
-unsigned int MillisecondsOf(double seconds)
-{
-    const long double milliseconds = static_cast<long double>(seconds - std::floor(seconds)) * 1000;
-    return milliseconds >= 0 && milliseconds < 1000 ? static_cast<unsigned int>(milliseconds) : 0; // 0 if not a number
-}
 
 /// A name as the file system gets it: the low 8 bits of each character. Names go out as they came in from options
 /// strings built from bytes, whatever the locale, and directory entries come back the same way.
@@ -133,17 +94,10 @@ void CQAceLogger::Log(int level, int category, double time, unsigned int threadI
     if (m_pStream == nullptr) {
         return;
     }
-    const long double wallTime = static_cast<long double>(GetStartTime()) + static_cast<long double>(time);
-    const time_t seconds = ToTime32(wallTime);
-    tm calendar{};
-    localtime_r(&seconds, &calendar);
-    const SLevelStyle style = StyleOf(level);
-    wchar_t buffer[LINE_SIZE];
-    std::swprintf(buffer, LINE_SIZE, L"%ls%s:%d: %ls: m=%d t=%04d.%02d.%02d-%02d:%02d:%02d.%03u tid=0x%x: %ls%ls\n",
-                  m_UseColor ? style.colorStart : L"", file, line, style.name, category, calendar.tm_year + 1900,
-                  calendar.tm_mon + 1, calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec,
-                  MillisecondsOf(static_cast<double>(wallTime)), threadId, text, m_UseColor ? L"\x1b[0m" : L"");
-    buffer[LINE_SIZE - 1] = L'\0';
+    wchar_t buffer[LOG_LINE_SIZE];
+    FormatLogLine(buffer, m_UseColor, level, category,
+                  static_cast<long double>(GetStartTime()) + static_cast<long double>(time), threadId, file, line,
+                  text);
     const int written = std::fprintf(m_pStream, "%ls", buffer);
     std::fflush(m_pStream);
 
@@ -159,9 +113,9 @@ void CQAceLogger::Log(int level, int category, double time, unsigned int threadI
 
 void CQAceLogger::MessagesDropped(unsigned int count)
 {
-    wchar_t buffer[LINE_SIZE];
-    std::swprintf(buffer, LINE_SIZE, L"%d Messages dropped (internal queue full)\n", static_cast<int>(count));
-    buffer[LINE_SIZE - 1] = L'\0';
+    wchar_t buffer[LOG_LINE_SIZE];
+    std::swprintf(buffer, LOG_LINE_SIZE, L"%d Messages dropped (internal queue full)\n", static_cast<int>(count));
+    buffer[LOG_LINE_SIZE - 1] = L'\0';
     // The console gets the notice even when a file is the output; its own buffer then decides when it is seen.
     std::printf("%ls", buffer);
     if (m_pStream != nullptr) { // null would flush every stream of the process
@@ -329,7 +283,7 @@ void CQAceLogger::RemoveOldFiles()
     for (const WideString& name : names) {
         sorted.push_back(&name);
     }
-    std::qsort(sorted.data(), sorted.size(), sizeof sorted[0], FileNameSort);
+    std::qsort(sorted.data(), sorted.size(), sizeof(const WideString*), FileNameSort);
     for (std::size_t i = 0; i < names.size() - m_MaxOldFiles; ++i) {
         unlink((Narrow(directory) + '/' + Narrow(*sorted[i])).c_str());
     }

@@ -26,7 +26,7 @@ unsigned char* CopyInOrder(unsigned char* target, const void* source, std::size_
 {
     // A word of the buffer may be part of a number, a wide character or file name bytes, and is aligned to 4 only.
     typedef std::size_t __attribute__((may_alias, aligned(4))) Word;
-    const unsigned char* from = static_cast<const unsigned char*>(source);
+    const auto* from = static_cast<const unsigned char*>(source);
     for (; bytes >= sizeof(Word); bytes -= sizeof(Word)) {
         Word word = 0;
         std::memcpy(&word, from, sizeof word);
@@ -99,22 +99,16 @@ void CQLogQueue::AdoptPreviousRun()
     m_Count = 0;
     m_ReadPos = 0;
     std::uint32_t previous = 0;
-    // As far as all three leading words fit.
-    const std::uint32_t scanEnd = m_Capacity - std::uint32_t{offsetof(SLogRecord, level)};
-    for (std::uint32_t position = 0; position < scanEnd; position += SLogRecord::ALIGNMENT) {
-        if (WordAt(position) != SLogRecord::BEGIN_MARKER ||
-            WordAt(position + offsetof(SLogRecord, endMarker)) != SLogRecord::END_MARKER) {
-            continue;
-        }
-        const std::uint32_t sequence = WordAt(position + offsetof(SLogRecord, sequence));
+    ForEachWholeRecord([&](std::uint32_t position, const SLogRecord& record) {
+        const std::uint32_t sequence = record.sequence;
         const bool stepsBack = sequence != 0 && sequence < previous && previous != 0xFFFFFFFF;
-        const bool liesFarBehind = static_cast<std::uint32_t>(sequence - previous) > 0x80000000;
+        const bool liesFarBehind = sequence - previous > 0x80000000;
         if (stepsBack || liesFarBehind) {
             m_ReadPos = position;
         }
         ++m_Count;
         previous = sequence;
-    }
+    });
     PutPositionsRight();
 }
 
@@ -128,13 +122,6 @@ void CQLogQueue::PutPositionsRight()
     if (!IsRecordBoundary(m_EndPos, m_Capacity) || m_EndPos == 0) {
         m_EndPos = m_Capacity;
     }
-}
-
-std::uint32_t CQLogQueue::WordAt(std::uint32_t position) const
-{
-    std::uint32_t word = 0;
-    std::memcpy(&word, m_Buffer + position, sizeof word);
-    return word;
 }
 
 void CQLogQueue::ClearAll()

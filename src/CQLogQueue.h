@@ -61,6 +61,26 @@ public:
     bool ReadMessage(int& level, int& category, double& time, unsigned int& threadId, const char*& file, int& line,
                      const wchar_t*& text);
 
+    /// @brief Calls visitor(position, record) for every whole record in the buffer, in address order, whether delivered
+    /// or not and whatever the chain of records says. Takes no lock: for a queue that nobody else uses.
+    ///
+    /// Whole means that both markers are there. Nothing else of the record is checked; IsWellFormed() does that.
+    template <class Visitor>
+    void ForEachWholeRecord(Visitor visitor) const
+    {
+        // As far as all three leading words fit.
+        const std::uint32_t scanEnd = Capacity() - std::uint32_t{offsetof(SLogRecord, level)};
+        for (std::uint32_t position = 0; position < scanEnd; position += SLogRecord::ALIGNMENT) {
+            const SLogRecord& record = *RecordAt(position);
+            if (record.beginMarker == SLogRecord::BEGIN_MARKER && record.endMarker == SLogRecord::END_MARKER) {
+                visitor(position, record);
+            }
+        }
+    }
+
+    /// Whether a record can be read at a position: aligned, inside the buffer, with lengths that agree, terminated.
+    bool IsWellFormed(std::uint32_t position) const;
+
     /// Undelivered records.
     unsigned int GetCount() const { return m_Count; }
 
@@ -80,7 +100,6 @@ private:
     // The caller of these holds the mutex.
     char* GetNextWritePosition(unsigned int size);
     SLogRecord* GetNextReadPosition();
-    bool IsWellFormed(std::uint32_t position) const;
     void WriteRecord(SLogRecord& record, std::uint32_t position, int level, int category, double time,
                      unsigned int threadId, const char* file, std::uint32_t fileLength, int line, const wchar_t* text,
                      std::uint32_t textLength, std::uint32_t size);
@@ -88,7 +107,6 @@ private:
     /// m_Capacity, but never more than the block has: another process on the same block may write anything there.
     std::uint32_t Capacity() const { return m_Capacity < MAX_CAPACITY ? m_Capacity : MAX_CAPACITY; }
 
-    std::uint32_t WordAt(std::uint32_t position) const;
     SLogRecord* RecordAt(std::uint32_t position) { return reinterpret_cast<SLogRecord*>(m_Buffer + position); }
     const SLogRecord* RecordAt(std::uint32_t position) const
     {

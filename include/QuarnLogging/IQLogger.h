@@ -23,7 +23,7 @@ public:
     IQLogger& operator=(const IQLogger&) = default;
 
     /// Inline, so that applications can derive without linking against anything hidden.
-    virtual ~IQLogger() {}
+    virtual ~IQLogger() = default;
 
     /// @brief Receives one message that passed this logger's filter.
     ///
