@@ -61,7 +61,7 @@ void RunCommunication(SMachine& machine)
             ReceiveBurst(machine);
         }
         if (cycle % REPORT_EVERY == REPORT_EVERY - 1) {
-            LOG_DEBUG(CATEGORY_BUS, L"position %.1f mm sent", machine.position * 1000);
+            LOG_DEBUG(CATEGORY_BUS, L"position %.1f mm sent", static_cast<double>(machine.position) * 1000);
         }
         periodic.WaitForNextCycle();
     }

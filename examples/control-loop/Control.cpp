@@ -105,8 +105,8 @@ void RunControl(SMachine& machine)
             controller.m_Axis.SetFrictionFactor(DRY_BEARING);
         }
         controller.Step(cycle, machine.powerOff);
-        machine.position = controller.m_Axis.Position();
-        machine.motorTemperature = controller.m_Axis.MotorTemperature();
+        machine.position = static_cast<float>(controller.m_Axis.Position());
+        machine.motorTemperature = static_cast<float>(controller.m_Axis.MotorTemperature());
         periodic.WaitForNextCycle();
         latest = std::max(latest, periodic.LateMilliseconds());
     }

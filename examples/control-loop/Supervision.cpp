@@ -17,7 +17,7 @@ void RunSupervision(SMachine& machine)
     Periodic periodic(PERIOD, machine.settings.paced);
     bool warned = false;
     for (unsigned int cycle = 0; cycle < cycles && !machine.stop; ++cycle) {
-        const double temperature = machine.motorTemperature;
+        const double temperature = static_cast<double>(machine.motorTemperature.load());
         if (cycle % TRACE_EVERY == 0) {
             LOG_DEBUG(CATEGORY_THERMAL, L"motor at %.1f C", temperature);
         }
