@@ -56,13 +56,6 @@ SLevelStyle StyleOf(int level)
     }
 }
 
-/// Truncates towards zero to a time of 32 bits, as the system that the dates are compared with has it; what does not
-/// fit becomes the smallest one, as the processor's own conversion has it.
-std::int32_t ToTime32(long double seconds)
-{
-    return seconds > -2147483649.0L && seconds < 2147483648.0L ? static_cast<std::int32_t>(seconds) : INT32_MIN;
-}
-
 /// Milliseconds into the second, truncated. In extended precision, so that the product is the same on every processor.
 unsigned int MillisecondsOf(double seconds)
 {
