@@ -222,18 +222,42 @@ TEST_F(CQApplicationTimeSetClockTest, FailedSlewIsForgotten)
     EXPECT_EQ(m_Clock.LastAdjustment().freq, 100);
 }
 
-TEST_F(CQApplicationTimeSetClockTest, SlewFollowsAStepThatFailed)
+TEST_F(CQApplicationTimeSetClockTest, SlewAfterAFailedStepMeasuresFromTheClockAsItWas)
 {
     FaultPlan plan;
     plan.Fail(Service::ClockSettime, EPERM);
-    m_Time.SetClockTime(1600000000.0);
+    m_Time.SetClockTime(1700000000.0);
     m_Clock.SetRealTime(1600000099, 990000000);
 
-    m_Time.SetClockTime(1600000100.0);
+    m_Time.SetClockTime(1700000100.0);
 
     EXPECT_EQ(plan.Calls(Service::ClockSettime), 1);
-    EXPECT_EQ(m_Clock.LastAdjustment().offset, 10000);
-    EXPECT_EQ(m_Clock.LastAdjustment().freq, 100);
+    EXPECT_EQ(m_Clock.LastAdjustment().offset, 276457232) << "100000000010000 us modulo 2^32";
+    EXPECT_EQ(m_Clock.LastAdjustment().freq, 100) << "99.99 s instead of 100 s";
+}
+
+TEST_F(CQApplicationTimeSetClockTest, SlewFollowsARequestOfTheEpochThatFailed)
+{
+    FaultPlan plan;
+    plan.Fail(Service::ClockSettime, EPERM);
+    m_Time.SetClockTime(0.0);
+
+    m_Time.SetClockTime(100.0);
+
+    EXPECT_EQ(plan.Calls(Service::ClockSettime), 1);
+    EXPECT_EQ(plan.Calls(Service::NtpAdjtime), 1);
+}
+
+TEST_F(CQApplicationTimeSetClockTest, SlewFollowsAStepAfterWhichTheClockCouldNotBeRead)
+{
+    FaultPlan plan;
+    plan.Fail(Service::ClockGettime, EINVAL);
+    m_Time.SetClockTime(1700000000.0);
+
+    m_Time.SetClockTime(1700000100.0);
+
+    EXPECT_EQ(plan.Calls(Service::ClockSettime), 1);
+    EXPECT_EQ(plan.Calls(Service::NtpAdjtime), 1);
 }
 
 TEST_F(CQApplicationTimeSetClockTest, RequestOfTheEpochIsFollowedByAnotherStep)
