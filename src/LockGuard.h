@@ -5,6 +5,8 @@
 
 #include <pthread.h>
 
+#include <cerrno>
+
 namespace Quarn::Logging {
 
 /// How every lock of the library is taken: for a scope, and with the possibility of failing. Whoever finds Locked()
@@ -34,6 +36,14 @@ public:
     LockGuard& operator=(const LockGuard&) = delete;
 
     [[nodiscard]] bool Locked() const { return m_pMutex != nullptr; }
+
+    /// Ends the lock before the scope does, for those who pass on how that went: 0, or -1.
+    [[nodiscard]] int Unlock()
+    {
+        const int error = m_pMutex != nullptr ? pthread_mutex_unlock(m_pMutex) : EPERM;
+        m_pMutex = nullptr;
+        return error == 0 ? 0 : -1;
+    }
 
 private:
     pthread_mutex_t* m_pMutex;

@@ -1,5 +1,7 @@
 #include "LogLine.h"
 
+#include "SystemClocks.h"
+
 #include <QuarnLogging/Logging.h>
 
 #include <time.h>
@@ -32,13 +34,6 @@ SLevelStyle StyleOf(int level)
     default:
         return {L"?", L"\x1b[0m"};
     }
-}
-
-/// Truncates towards zero to a time of 32 bits, as the system that the dates are compared with has it; what does not
-/// fit becomes the smallest one, as the processor's own conversion has it.
-std::int32_t ToTime32(long double seconds)
-{
-    return seconds > -2147483649.0L && seconds < 2147483648.0L ? static_cast<std::int32_t>(seconds) : INT32_MIN;
 }
 
 /// Milliseconds into the second, truncated. In extended precision, so that the product is the same on every processor.

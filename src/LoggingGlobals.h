@@ -6,6 +6,8 @@
 
 namespace Quarn::Logging {
 
+class CQApplicationTime;
+
 extern CQAceLogger g_BuiltInLogger;
 extern CQLoggerFacade g_Logger;
 
@@ -14,6 +16,9 @@ extern bool g_Autologging;
 
 /// Whether g_BuiltInLogger is registered with g_Logger. Never false again once it is true.
 extern bool g_LoggerRegistered;
+
+/// The application clock; null while there is none. Owned: FiniApplicationTime() deletes it, exit does not.
+extern CQApplicationTime* g_pApplicationTime;
 
 /// Logs for code inside the library, which asks MustLog() first. Does nothing while g_pLogFunc is null.
 void LogHelperFunc(int level, int category, const char* file, int line, const wchar_t* format, ...);

@@ -25,12 +25,27 @@ inline std::uint64_t ReadRealTimeMs()
     return static_cast<std::uint64_t>(static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000 / 1000);
 }
 
+/// CLOCK_MONOTONIC in nanoseconds; 0 when it cannot be read.
+inline std::uint64_t ReadMonotonicNs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1000000000 + static_cast<std::uint64_t>(now.tv_nsec);
+}
+
 /// CLOCK_MONOTONIC in seconds.
 inline double ReadMonotonicSeconds()
 {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+/// Truncates towards zero to a time of 32 bits, as the system that the dates are compared with has it; what does not
+/// fit becomes the smallest one, as the processor's own conversion has it.
+inline std::int32_t ToTime32(long double seconds)
+{
+    return seconds > -2147483649.0L && seconds < 2147483648.0L ? static_cast<std::int32_t>(seconds) : INT32_MIN;
 }
 
 } // namespace Quarn::Logging

@@ -1,8 +1,10 @@
 #include "LoggingGlobals.h"
 
+#include "CQApplicationTime.h"
 #include "CQOptionParser.h"
 #include "RelaxedAccess.h"
 
+#include <QuarnLogging/ApplicationTime.h>
 #include <QuarnLogging/Logging.h>
 
 #include <cerrno>
@@ -19,6 +21,7 @@ namespace Quarn::Logging {
 
 bool g_Autologging = true;
 bool g_LoggerRegistered = false;
+CQApplicationTime* g_pApplicationTime = nullptr;
 
 // In this order: the facade may print a previous run's log through the built-in logger while it is constructed, and at
 // exit it is gone before that logger closes its file.
@@ -150,3 +153,17 @@ void SetLogOptions(const wchar_t* options)
     }
     ApplyOptions(options);
 }
+
+void InitApplicationTime(void) { g_pApplicationTime = new CQApplicationTime(); }
+
+void FiniApplicationTime(void)
+{
+    delete g_pApplicationTime;
+    g_pApplicationTime = nullptr;
+}
+
+double GetClockTime(void) { return g_pApplicationTime->GetClockTime(); }
+
+unsigned int GetEepromDate(void) { return g_pApplicationTime->GetEepromDate(); }
+
+void SetClockTime(double time) { g_pApplicationTime->SetClockTime(time); }

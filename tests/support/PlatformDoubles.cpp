@@ -1,15 +1,21 @@
 #include "PlatformDoubles.h"
 
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <utility>
 
 namespace QuarnTest {
 
@@ -35,6 +41,11 @@ struct SFakeClockState
     std::atomic<std::int64_t> monotonic; // ns
     std::atomic<int> sleeps;
     std::atomic<std::int64_t> slept; // ns
+    std::atomic<bool> blocking;
+    std::atomic<bool> released;
+    std::atomic<int> moves; // what sleepers wait on
+    std::atomic<const std::function<void(int)>*> hook;
+    timex adjustment;
 };
 SFakeClockState g_Clock;
 
@@ -73,6 +84,35 @@ bool MustFail(Service service)
     return error != 0;
 }
 
+// Plain futexes, because the pthread calls may be failing by plan.
+
+void WaitWhile(const std::atomic<int>& word, int value)
+{
+    syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
+}
+
+void WakeAll(const std::atomic<int>& word)
+{
+    syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+}
+
+void WakeSleepers()
+{
+    ++g_Clock.moves;
+    WakeAll(g_Clock.moves);
+}
+
+void BlockUntil(std::int64_t monotonic)
+{
+    for (;;) {
+        const int moves = g_Clock.moves;
+        if (!g_Clock.active || g_Clock.released || g_Clock.monotonic >= monotonic) {
+            return;
+        }
+        WaitWhile(g_Clock.moves, moves);
+    }
+}
+
 timespec ToTimespec(std::int64_t nanoseconds)
 {
     timespec time{};
@@ -108,16 +148,25 @@ void FaultPlan::Fail(Service service, int error, int nth, int times)
 
 int FaultPlan::Calls(Service service) const { return FaultOf(service).calls; }
 
-FakeClock::FakeClock()
+FakeClock::FakeClock(Sleeping sleeping)
 {
     g_Clock.realTime = 0;
     g_Clock.monotonic = 0;
     g_Clock.sleeps = 0;
     g_Clock.slept = 0;
+    g_Clock.blocking = sleeping == Sleeping::BlocksThread;
+    g_Clock.released = false;
+    g_Clock.hook = nullptr;
+    g_Clock.adjustment = {};
     g_Clock.active = true;
 }
 
-FakeClock::~FakeClock() { g_Clock.active = false; }
+FakeClock::~FakeClock()
+{
+    g_Clock.hook = nullptr;
+    g_Clock.active = false;
+    WakeSleepers();
+}
 
 void FakeClock::SetRealTime(std::int64_t seconds, std::int64_t nanoseconds)
 {
@@ -127,17 +176,42 @@ void FakeClock::SetRealTime(std::int64_t seconds, std::int64_t nanoseconds)
 void FakeClock::SetMonotonic(std::int64_t seconds, std::int64_t nanoseconds)
 {
     g_Clock.monotonic = seconds * NS + nanoseconds;
+    WakeSleepers();
 }
 
 void FakeClock::Advance(std::int64_t seconds, std::int64_t nanoseconds)
 {
     g_Clock.realTime += seconds * NS + nanoseconds;
     g_Clock.monotonic += seconds * NS + nanoseconds;
+    WakeSleepers();
 }
 
 int FakeClock::Sleeps() const { return g_Clock.sleeps; }
 
 std::int64_t FakeClock::SleptNanoseconds() const { return g_Clock.slept; }
+
+void FakeClock::WaitForSleeps(int sleeps) const
+{
+    for (int begun = g_Clock.sleeps; begun < sleeps; begun = g_Clock.sleeps) {
+        WaitWhile(g_Clock.sleeps, begun);
+    }
+}
+
+void FakeClock::ReleaseSleepers()
+{
+    g_Clock.released = true;
+    WakeSleepers();
+}
+
+void FakeClock::OnSleep(std::function<void(int)> hook)
+{
+    m_Hook = std::move(hook);
+    g_Clock.hook = &m_Hook;
+}
+
+std::int64_t FakeClock::RealTime() const { return g_Clock.realTime; }
+
+timex FakeClock::LastAdjustment() const { return g_Clock.adjustment; }
 
 FakeDevice::FakeDevice(void* memory)
 {
@@ -270,10 +344,29 @@ int __wrap_nanosleep(const timespec* duration, timespec* rest)
         return __real_nanosleep(duration, rest);
     }
     const std::int64_t nanoseconds = duration->tv_sec * NS + duration->tv_nsec;
-    ++g_Clock.sleeps;
+    const std::int64_t end = g_Clock.monotonic + nanoseconds;
     g_Clock.slept += nanoseconds;
-    g_Clock.realTime += nanoseconds;
-    g_Clock.monotonic += nanoseconds;
+    const int number = ++g_Clock.sleeps;
+    WakeAll(g_Clock.sleeps);
+    if (const std::function<void(int)>* hook = g_Clock.hook) {
+        (*hook)(number);
+    }
+    if (g_Clock.blocking) {
+        BlockUntil(end);
+    } else {
+        g_Clock.realTime += nanoseconds;
+        g_Clock.monotonic += nanoseconds;
+    }
+    return 0;
+}
+
+// Nor is it slewed.
+int __wrap_ntp_adjtime(timex* adjustment)
+{
+    if (MustFail(Service::NtpAdjtime)) {
+        return -1;
+    }
+    g_Clock.adjustment = *adjustment;
     return 0;
 }
 

@@ -1,11 +1,13 @@
 #ifndef QUARN_LOGGING_TESTS_PLATFORM_DOUBLES_H
 #define QUARN_LOGGING_TESTS_PLATFORM_DOUBLES_H
 
+#include <sys/timex.h>
+#include <time.h>
+
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
-
-#include <time.h>
 
 /// @file
 /// Doubles of the platform services that the library calls. They sit at the linker (-Wl,--wrap): the code under test
@@ -24,6 +26,7 @@ enum class Service {
     Mmap,
     Munmap,
     Nanosleep,
+    NtpAdjtime,
     Open,
     MutexLock,
     MutexattrDestroy,
@@ -52,11 +55,16 @@ public:
     int Calls(Service service) const;
 };
 
-/// Clocks that stand still until the test moves them; a sleep moves them by its duration.
+/// Clocks that stand still until the test moves them, and what sleeps do to them.
 class FakeClock
 {
 public:
-    FakeClock();
+    enum class Sleeping {
+        MovesClock,   ///< A sleep moves the clocks by its duration and returns.
+        BlocksThread, ///< A sleep lasts until the test has moved the monotonic clock past its end.
+    };
+
+    explicit FakeClock(Sleeping sleeping = Sleeping::MovesClock);
     ~FakeClock();
     FakeClock(const FakeClock&) = delete;
     FakeClock& operator=(const FakeClock&) = delete;
@@ -68,6 +76,24 @@ public:
     /// Number and sum of the sleeps, in nanoseconds.
     int Sleeps() const;
     std::int64_t SleptNanoseconds() const;
+
+    /// Waits until that many sleeps have begun.
+    void WaitForSleeps(int sleeps) const;
+
+    /// Ends all sleeps, present and future, at once and without moving the clocks.
+    void ReleaseSleepers();
+
+    /// Runs inside every sleep, with its number, on the thread that sleeps. To be set while no thread does.
+    void OnSleep(std::function<void(int)> hook);
+
+    /// CLOCK_REALTIME in nanoseconds, as the test or the code under test last set it.
+    std::int64_t RealTime() const;
+
+    /// What ntp_adjtime was last asked for; all 0 before.
+    timex LastAdjustment() const;
+
+private:
+    std::function<void(int)> m_Hook;
 };
 
 /// The reserved-memory device, over memory of the test's own.
