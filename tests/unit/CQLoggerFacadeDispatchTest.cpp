@@ -108,7 +108,7 @@ TEST_F(CQLoggerFacadeDispatchTest, SecondDispatchDeliversNothingTwice)
     EXPECT_THAT(m_Logger.Texts(), ElementsAre(L"once"));
 }
 
-TEST_F(CQLoggerFacadeDispatchTest, TextOf999CharactersStaysWhole)
+TEST_F(CQLoggerFacadeDispatchTest, LongestTextStaysWhole)
 {
     Register(m_Logger, {{-1, 1000}});
 
@@ -118,7 +118,7 @@ TEST_F(CQLoggerFacadeDispatchTest, TextOf999CharactersStaysWhole)
     EXPECT_THAT(m_Logger.Texts(), ElementsAre(std::wstring(999, L'x')));
 }
 
-TEST_F(CQLoggerFacadeDispatchTest, TextOf1000CharactersLosesTheLastOne)
+TEST_F(CQLoggerFacadeDispatchTest, TextOneLongerLosesItsLastCharacter)
 {
     Register(m_Logger, {{-1, 1000}});
 
@@ -128,7 +128,7 @@ TEST_F(CQLoggerFacadeDispatchTest, TextOf1000CharactersLosesTheLastOne)
     EXPECT_THAT(m_Logger.Texts(), ElementsAre(std::wstring(999, L'x')));
 }
 
-TEST_F(CQLoggerFacadeDispatchTest, TextOf1500CharactersIsCutTo999)
+TEST_F(CQLoggerFacadeDispatchTest, MuchLongerTextIsCut)
 {
     Register(m_Logger, {{-1, 1000}});
 
