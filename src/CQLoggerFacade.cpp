@@ -111,8 +111,15 @@ void CQLoggerFacade::RegisterLogger(IQLogger* logger, unsigned int count, const 
     entry->m_Filter.SetFilter(count, levels);
     entry->m_pLogger = logger;
     entry->m_pNext = m_pLoggers;
-    m_pLoggers = entry.release();
-    RebuildGlobalFilter();
+    m_pLoggers = entry.get();
+    try {
+        RebuildGlobalFilter();
+    } catch (const std::bad_alloc&) { // a logger whose registration fails must not stay, its owner may end it
+        m_pLoggers = entry->m_pNext;
+        RebuildGlobalFilter();
+        throw;
+    }
+    static_cast<void>(entry.release()); // the list owns it
 }
 
 void CQLoggerFacade::ModifyFilter(const IQLogger* logger, unsigned int count, const SLevelDef* levels)
