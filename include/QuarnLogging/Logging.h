@@ -134,7 +134,8 @@ QUARN_LOGGING_API double GetStartTime(void);
 /// @brief Configures the built-in logger from an options string, such as L"linfo;o7D;c;Llog/app-%T.txt;S1M;N5".
 ///
 /// A string of exactly one character is a shortcut that sets one level for all categories ("0" nothing, "1" errors,
-/// "2" warnings, "3" info, "4" to "9" debug) and leaves colour and output alone. Any other string sets everything anew.
+/// "2" warnings, "3" info, "4" to "9" debug) and leaves colour and output alone. Any other string sets default level,
+/// colour and output anew; a category that it does not name keeps the level that an earlier string gave it.
 ///
 /// @param[in] options  not null; docs/options.md describes it
 /// @par Threads        one at a time, while no other thread dispatches
