@@ -128,8 +128,15 @@ void CQLoggerFacade::RegisterLogger(IQLogger* logger, unsigned int count, const 
     entry->m_Filter.SetFilter(count, levels);
     entry->m_pLogger = logger;
     entry->m_pNext = m_pLoggers;
-    m_pLoggers = entry.release();
-    RebuildGlobalFilter();
+    m_pLoggers = entry.get();
+    try {
+        RebuildGlobalFilter();
+    } catch (const std::bad_alloc&) { // a logger whose registration fails must not stay, its owner may end it
+        m_pLoggers = entry->m_pNext;
+        RebuildGlobalFilter();
+        throw;
+    }
+    static_cast<void>(entry.release()); // the list owns it
 }
 
 void CQLoggerFacade::ModifyFilter(const IQLogger* logger, unsigned int count, const SLevelDef* levels)
@@ -159,6 +166,9 @@ void CQLoggerFacade::UnRegisterLogger(const IQLogger* logger)
     }
     SLoggerEntry** const link = FindLink(logger);
     if (SLoggerEntry* const entry = *link) {
+        if (m_pWalk != nullptr) {
+            m_pWalk->Skip(entry);
+        }
         *link = entry->m_pNext;
         delete entry;
     }
@@ -223,8 +233,8 @@ void CQLoggerFacade::DispatchLogMessages()
 void CQLoggerFacade::DeliverToLoggers(int level, int category, double time, unsigned int threadId, const char* file,
                                       int line, const wchar_t* text)
 {
-    for (SLoggerEntry *entry = m_pLoggers, *next = nullptr; entry != nullptr; entry = next) {
-        next = entry->m_pNext; // read before the call, in which the logger may unregister itself
+    Walk walk(*this);
+    while (const SLoggerEntry* const entry = walk.Next()) {
         if (entry->m_Filter.MustLog(category, level)) {
             entry->m_pLogger->Log(level, category, time, threadId, file, line, text);
         }
@@ -239,9 +249,37 @@ void CQLoggerFacade::ReportDropped()
     }
     const std::uint32_t unreported = dropped - m_DroppedReported;
     m_DroppedReported = dropped;
-    for (SLoggerEntry *entry = m_pLoggers, *next = nullptr; entry != nullptr; entry = next) {
-        next = entry->m_pNext;
+    Walk walk(*this);
+    while (const SLoggerEntry* const entry = walk.Next()) {
         entry->m_pLogger->MessagesDropped(unreported);
+    }
+}
+
+CQLoggerFacade::Walk::Walk(CQLoggerFacade& facade)
+    : m_Facade(facade)
+    , m_pNext(facade.m_pLoggers)
+    , m_pOuter(facade.m_pWalk)
+{
+    facade.m_pWalk = this;
+}
+
+CQLoggerFacade::Walk::~Walk() { m_Facade.m_pWalk = m_pOuter; }
+
+const CQLoggerFacade::SLoggerEntry* CQLoggerFacade::Walk::Next()
+{
+    const SLoggerEntry* const entry = m_pNext;
+    if (entry != nullptr) {
+        m_pNext = entry->m_pNext;
+    }
+    return entry;
+}
+
+void CQLoggerFacade::Walk::Skip(const SLoggerEntry* entry)
+{
+    for (Walk* walk = this; walk != nullptr; walk = walk->m_pOuter) {
+        if (walk->m_pNext == entry) {
+            walk->m_pNext = entry->m_pNext;
+        }
     }
 }
 

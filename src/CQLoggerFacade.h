@@ -70,6 +70,29 @@ private:
         SLoggerEntry* m_pNext;
     };
 
+    /// A walk over the registrations by the dispatching thread, which finds its way on although the loggers that it
+    /// calls unregister. A logger that logs starts another walk inside the first, so there is a chain of them.
+    class Walk
+    {
+    public:
+        // Not inlined: gcc 12 overlooks that the destructor takes back what is stored here, and warns of it.
+        [[gnu::noinline]] explicit Walk(CQLoggerFacade& facade);
+        ~Walk();
+        Walk(const Walk&) = delete;
+        Walk& operator=(const Walk&) = delete;
+
+        /// The next registration, or null at the end.
+        const SLoggerEntry* Next();
+
+        /// Goes past a registration that is about to end, in this walk and in those around it.
+        void Skip(const SLoggerEntry* entry);
+
+    private:
+        CQLoggerFacade& m_Facade;
+        SLoggerEntry* m_pNext;
+        Walk* m_pOuter;
+    };
+
     /// Categories whose threshold stands in the table.
     static constexpr int NUMBER_OF_LEVELS = 1000;
 
@@ -101,6 +124,7 @@ private:
     int* m_pSavedLogLevels = nullptr;                                            ///< g_pLogLevels as it was before.
     void* m_pSpecialMemory = nullptr;                                            ///< The mapping, or null.
     int m_SpecialMemoryFd = -1;
+    Walk* m_pWalk = nullptr; ///< The innermost one, under m_DispatchMutex; null while nobody dispatches.
 };
 
 } // namespace Quarn::Logging

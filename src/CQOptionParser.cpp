@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cwchar>
 #include <cwctype>
+#include <new>
 
 namespace Quarn::Logging {
 
@@ -149,7 +150,12 @@ void CQOptionParser::AppendSubSettings(ACE_String_Base<wchar_t>& text)
 {
     const wchar_t* const begin = m_pCurrentChar;
     SkipSubSettings();
-    text.append(begin, static_cast<std::size_t>(m_pCurrentChar - begin));
+    const auto length = static_cast<std::size_t>(m_pCurrentChar - begin);
+    const std::size_t expected = text.length() + length;
+    text.append(begin, length);
+    if (text.length() != expected) { // how the string says that there was no memory
+        throw std::bad_alloc();
+    }
 }
 
 void CQOptionParser::SkipSubSettings()

@@ -56,11 +56,17 @@ struct SFakeDeviceState
     bool mapped;
     int openFlags;
     unsigned int openMode;
+    void* mapAddress;
     std::size_t mappedBytes;
     int mapProtection;
     int mapFlags;
+    std::int64_t mapOffset;
+    std::size_t unmappedBytes;
 };
 SFakeDeviceState g_Device;
+
+std::atomic<int> g_LastMutexProtocol;
+std::atomic<int> g_LastMutexType;
 
 constexpr std::int64_t NS = 1000000000;
 
@@ -225,15 +231,25 @@ int FakeDevice::OpenFlags() const { return g_Device.openFlags; }
 
 unsigned int FakeDevice::OpenMode() const { return g_Device.openMode; }
 
+void* FakeDevice::MapAddress() const { return g_Device.mapAddress; }
+
 std::size_t FakeDevice::MappedBytes() const { return g_Device.mappedBytes; }
 
 int FakeDevice::MapProtection() const { return g_Device.mapProtection; }
 
 int FakeDevice::MapFlags() const { return g_Device.mapFlags; }
 
+std::int64_t FakeDevice::MapOffset() const { return g_Device.mapOffset; }
+
+std::size_t FakeDevice::UnmappedBytes() const { return g_Device.unmappedBytes; }
+
 bool FakeDevice::IsOpen() const { return g_Device.open; }
 
 bool FakeDevice::IsMapped() const { return g_Device.mapped; }
+
+int LastMutexProtocol() { return g_LastMutexProtocol; }
+
+int LastMutexType() { return g_LastMutexType; }
 
 } // namespace QuarnTest
 
@@ -313,6 +329,8 @@ void* __wrap_mmap(void* address, size_t length, int protection, int flags, int f
     if (fd != DEVICE_FD) {
         return __real_mmap(address, length, protection, flags, fd, offset);
     }
+    g_Device.mapAddress = address;
+    g_Device.mapOffset = offset;
     g_Device.mappedBytes = length;
     g_Device.mapProtection = protection;
     g_Device.mapFlags = flags;
@@ -328,6 +346,7 @@ int __wrap_munmap(void* address, size_t length)
     if (g_Device.memory == nullptr || address != g_Device.memory) {
         return __real_munmap(address, length);
     }
+    g_Device.unmappedBytes = length;
     if (MustFail(Service::Munmap)) {
         return -1;
     }
@@ -412,12 +431,14 @@ int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes)
 
 int __wrap_pthread_mutexattr_setprotocol(pthread_mutexattr_t* attributes, int protocol)
 {
+    g_LastMutexProtocol = protocol;
     const int error = PlannedError(Service::MutexattrSetprotocol);
     return error != 0 ? error : __real_pthread_mutexattr_setprotocol(attributes, protocol);
 }
 
 int __wrap_pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int type)
 {
+    g_LastMutexType = type;
     const int error = PlannedError(Service::MutexattrSettype);
     return error != 0 ? error : __real_pthread_mutexattr_settype(attributes, type);
 }

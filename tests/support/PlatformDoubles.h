@@ -108,12 +108,19 @@ public:
     /// What the library asked for when it last opened and mapped the device.
     int OpenFlags() const;
     unsigned int OpenMode() const;
+    void* MapAddress() const;
     std::size_t MappedBytes() const;
     int MapProtection() const;
     int MapFlags() const;
+    std::int64_t MapOffset() const;
+    std::size_t UnmappedBytes() const;
     bool IsOpen() const;
     bool IsMapped() const;
 };
+
+/// What the last mutex attributes were made for.
+int LastMutexProtocol();
+int LastMutexType();
 
 } // namespace QuarnTest
 
