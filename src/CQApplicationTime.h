@@ -32,7 +32,7 @@ public:
     };
 
     /// The thread that updates the clock.
-    class CQUpdateThread : public ACE_Task_Base
+    class CQUpdateThread final : public ACE_Task_Base
     {
     public:
         CQUpdateThread() = default;
@@ -86,8 +86,8 @@ private:
     void StepClock(const timespec& t, std::uint64_t target);
     void SlewClock(std::uint64_t target);
 
-    std::unique_ptr<ACE_Recursive_Thread_Mutex> m_pMutex;
     MutexAttributes m_MutexAttributes;
+    std::unique_ptr<ACE_Recursive_Thread_Mutex> m_pMutex;
     // m_pMutex guards these three.
     double m_Rate = 1.0;
     double m_BaseTime = 0.0;             ///< Seconds since the epoch at the anchor.

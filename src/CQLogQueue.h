@@ -20,8 +20,8 @@ namespace Quarn::Logging {
 ///
 /// Records never wrap: one that does not fit before the end of the buffer goes to 0, and EndPos says where the gap
 /// begins. EndPos stays until the next wrap. A lap whose records go beyond it makes the reader jump to 0 there; the
-/// positions meet again once the queue is empty, since the next write then sets ReadPos. That is meant: readers of
-/// existing blocks, the restart scan among them, depend on it.
+/// positions meet again once the queue is empty, since the next write then sets ReadPos. That is meant:
+/// what reads a block after a restart follows the same rule.
 ///
 /// @par Threads  any number of writers, and one reader at a time; all positions are under the queue's mutex
 class CQLogQueue : private SLogQueueHeader
@@ -58,8 +58,8 @@ public:
     ///
     /// The strings are handed over without a copy and their room is free at once: they stay intact until writers have
     /// gone round the whole ring. A record that is not well-formed empties the queue: the rest is given up.
-    bool ReadMessage(int& level, int& category, double& time, unsigned int& threadId, const char*& file, int& line,
-                     const wchar_t*& text);
+    [[nodiscard]] bool ReadMessage(int& level, int& category, double& time, unsigned int& threadId, const char*& file,
+                                   int& line, const wchar_t*& text);
 
     /// @brief Calls visitor(position, record) for every whole record in the buffer, in address order, whether delivered
     /// or not and whatever the chain of records says. Takes no lock: for a queue that nobody else uses.
@@ -79,7 +79,7 @@ public:
     }
 
     /// Whether a record can be read at a position: aligned, inside the buffer, with lengths that agree, terminated.
-    bool IsWellFormed(std::uint32_t position) const;
+    [[nodiscard]] bool IsWellFormed(std::uint32_t position) const;
 
     /// Undelivered records.
     unsigned int GetCount() const { return m_Count; }
@@ -93,13 +93,13 @@ public:
 
 private:
     void Initialise(std::uint32_t capacity);
-    bool HoldsQueue() const;
+    [[nodiscard]] bool HoldsQueue() const;
     void AdoptPreviousRun();
     void PutPositionsRight();
 
     // The caller of these holds the mutex.
-    char* GetNextWritePosition(unsigned int size);
-    SLogRecord* GetNextReadPosition();
+    [[nodiscard]] char* GetNextWritePosition(unsigned int size);
+    [[nodiscard]] SLogRecord* GetNextReadPosition();
     void WriteRecord(SLogRecord& record, std::uint32_t position, int level, int category, double time,
                      unsigned int threadId, const char* file, std::uint32_t fileLength, int line, const wchar_t* text,
                      std::uint32_t textLength, std::uint32_t size);

@@ -115,7 +115,8 @@ void CQLoggerFacade::DumpPreviousRun()
 void CQLoggerFacade::SetStartTime()
 {
     const std::uint64_t realTimeMs = ReadRealTimeMs();
-    m_pQueue->SetStartTime(static_cast<double>(realTimeMs) * 0.001 - GetTime());
+    m_pQueue->SetStartTime(static_cast<double>(static_cast<long double>(realTimeMs) * static_cast<long double>(0.001) -
+                                               ReadMonotonicSeconds()));
 }
 
 void CQLoggerFacade::RegisterLogger(IQLogger* logger, unsigned int count, const SLevelDef* levels)
@@ -283,7 +284,7 @@ void CQLoggerFacade::Walk::Skip(const SLoggerEntry* entry)
     }
 }
 
-double CQLoggerFacade::GetTime() { return ReadMonotonicSeconds(); }
+double CQLoggerFacade::GetTime() { return static_cast<double>(ReadMonotonicSeconds()); }
 
 double CQLoggerFacade::GetStartTime() const { return m_pQueue->GetStartTime(); }
 

@@ -27,10 +27,13 @@ SParsedNumber ParseUnsigned32(const wchar_t* text)
         ++sign;
     }
     wchar_t* rest = nullptr;
+    const int callersErrno = errno;
     errno = 0;
     const unsigned long long value = std::wcstoull(text, &rest, 10);
     const unsigned long long magnitude = *sign == L'-' ? 0 - value : value;
-    if (errno == ERANGE || magnitude > UINT32_MAX) {
+    const bool isTooLarge = errno == ERANGE || magnitude > UINT32_MAX;
+    errno = callersErrno;
+    if (isTooLarge) {
         return {UINT32_MAX, rest};
     }
     return {static_cast<std::uint32_t>(value), rest};

@@ -21,6 +21,8 @@ class CQOptionParser
 {
 public:
     CQOptionParser();
+    CQOptionParser(const CQOptionParser&) = delete;
+    CQOptionParser& operator=(const CQOptionParser&) = delete;
 
     /// Reads a whole string; null reads like the empty one. The string must stay valid during the call. A second call
     /// on the same object starts afresh, but for the number of log files, which keeps its value.

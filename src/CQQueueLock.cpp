@@ -4,17 +4,17 @@
 
 namespace Quarn::Logging {
 
-CQQueueLock::SSlot CQQueueLock::s_Slots[MAX_QUEUES];
+CQQueueLock::SQSlot CQQueueLock::m_Slots[MAX_QUEUES];
 
-CQQueueLock* CQQueueLock::LockIn(SSlot& slot)
+CQQueueLock* CQQueueLock::LockIn(SQSlot& slot)
 {
-    static_assert(sizeof(CQQueueLock) <= sizeof(SSlot::lock));
+    static_assert(sizeof(CQQueueLock) <= sizeof(SQSlot::lock));
     return std::launder(reinterpret_cast<CQQueueLock*>(slot.lock));
 }
 
-CQQueueLock::SSlot* CQQueueLock::FindSlot(const void* block)
+CQQueueLock::SQSlot* CQQueueLock::FindSlot(const void* block)
 {
-    for (SSlot& slot : s_Slots) {
+    for (SQSlot& slot : m_Slots) {
         if (slot.pBlock.load(std::memory_order_acquire) == block) {
             return &slot;
         }
@@ -24,7 +24,7 @@ CQQueueLock::SSlot* CQQueueLock::FindSlot(const void* block)
 
 void CQQueueLock::Create(const void* block)
 {
-    for (SSlot& slot : s_Slots) {
+    for (SQSlot& slot : m_Slots) {
         const void* expected = nullptr;
         if (slot.pBlock.compare_exchange_strong(expected, &slot, std::memory_order_acquire)) {
             new (slot.lock) CQQueueLock;
@@ -37,7 +37,7 @@ void CQQueueLock::Create(const void* block)
 
 void CQQueueLock::Destroy(const void* block)
 {
-    if (SSlot* const slot = FindSlot(block)) {
+    if (SQSlot* const slot = FindSlot(block)) {
         slot->pBlock.store(slot, std::memory_order_relaxed);
         LockIn(*slot)->~CQQueueLock();
         slot->pBlock.store(nullptr, std::memory_order_release);
@@ -46,7 +46,7 @@ void CQQueueLock::Destroy(const void* block)
 
 ACE_Recursive_Thread_Mutex* CQQueueLock::Find(const void* block)
 {
-    SSlot* const slot = FindSlot(block);
+    SQSlot* const slot = FindSlot(block);
     return slot == nullptr ? nullptr : &LockIn(*slot)->m_Mutex;
 }
 

@@ -30,6 +30,9 @@ public:
     /// The mutex of a block, null if it has none. Lock-free; the first queue made is found with one comparison.
     static ACE_Recursive_Thread_Mutex* Find(const void* block);
 
+    CQQueueLock(const CQQueueLock&) = delete;
+    CQQueueLock& operator=(const CQQueueLock&) = delete;
+
 private:
     CQQueueLock() = default;
 
@@ -37,16 +40,16 @@ private:
     ACE_Recursive_Thread_Mutex m_Mutex{nullptr, m_MutexAttributes.Get()};
 
     /// Plain storage, made and destroyed with its queue: it must outlive every static object that still logs.
-    struct SSlot
+    struct SQSlot
     {
         std::atomic<const void*> pBlock; ///< Null: free. The slot's own address: being made or destroyed.
         alignas(std::max_align_t) unsigned char lock[96];
     };
 
-    static SSlot* FindSlot(const void* block);
-    static CQQueueLock* LockIn(SSlot& slot);
+    static SQSlot* FindSlot(const void* block);
+    static CQQueueLock* LockIn(SQSlot& slot);
 
-    static SSlot s_Slots[MAX_QUEUES];
+    static SQSlot m_Slots[MAX_QUEUES];
 };
 
 } // namespace Quarn::Logging

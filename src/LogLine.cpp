@@ -36,11 +36,11 @@ SLevelStyle StyleOf(int level)
     }
 }
 
-/// Milliseconds into the second, truncated. In extended precision, so that the product is the same on every processor.
+/// Milliseconds into the second, truncated. In extended precision, so that the result is the same on every processor.
 unsigned int MillisecondsOf(double seconds)
 {
-    const long double milliseconds = static_cast<long double>(seconds - std::floor(seconds)) * 1000;
-    return milliseconds >= 0 && milliseconds < 1000 ? static_cast<unsigned int>(milliseconds) : 0; // 0 if not a number
+    const long double fraction = static_cast<long double>(seconds) - static_cast<long double>(std::floor(seconds));
+    return fraction >= 0 ? static_cast<unsigned int>(fraction * 1000) : 0; // 0 if not a number
 }
 
 } // namespace

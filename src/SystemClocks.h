@@ -33,12 +33,14 @@ inline std::uint64_t ReadMonotonicNs()
     return static_cast<std::uint64_t>(now.tv_sec) * 1000000000 + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
-/// CLOCK_MONOTONIC in seconds.
-inline double ReadMonotonicSeconds()
+/// CLOCK_MONOTONIC in seconds. In extended precision, like all that is computed from times: rounded to a double once,
+/// it is the same number on every processor.
+inline long double ReadMonotonicSeconds()
 {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+    return static_cast<long double>(now.tv_sec) +
+           static_cast<long double>(now.tv_nsec) * static_cast<long double>(1e-9);
 }
 
 /// Truncates towards zero to a time of 32 bits, as the system that the dates are compared with has it; what does not

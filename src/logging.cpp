@@ -30,7 +30,7 @@ CQLoggerFacade g_Logger;
 
 namespace {
 
-/// Calls of g_pLogFunc do nothing until both objects are there.
+/// Last: until both objects are there g_pLogFunc is null, and what the library itself would log is passed over.
 [[maybe_unused]] const bool g_LogFuncInstalled = (::SetLogFunc(::BuiltInLogging), true);
 
 /// False before the facade is ready and after it was destroyed at exit, when destructors and atexit handlers of the

@@ -12,9 +12,9 @@ class IQErrorHandler;
 /// The library calls a registered logger while a thread dispatches the queue: the thread that logs while automatic
 /// logging is on, else the thread that calls DispatchQueuedLogMessages(). Dispatches run one after the other, so a
 /// logger needs no lock of its own against the library. A logger may itself log from inside Log(); with automatic
-/// logging on, that continues the running dispatch on the same thread. It may unregister itself, but no other logger,
-/// from inside Log(). An exception that leaves a logger ends the dispatch and reaches the thread that dispatches; the
-/// message at hand is then lost to the loggers behind this one.
+/// logging on, that continues the running dispatch on the same thread. It may unregister itself and
+/// others from inside Log(). An exception that leaves a logger ends the dispatch and reaches the thread that
+/// dispatches; the message at hand is then lost to the loggers behind this one.
 class IQLogger
 {
 public:

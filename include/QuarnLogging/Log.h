@@ -17,7 +17,7 @@
 ///
 ///     QUARN_INFO(CATEGORY_AXIS, L"axis %d stands at %f", axis, position);
 ///
-/// A message that no logger wants costs two reads and two comparisons in the caller: its arguments are not evaluated
+/// A message that no logger wants costs a few reads and comparisons in the caller: its arguments are not evaluated
 /// and nothing is called. From C++17 on the format, which has to be a literal, is checked against the arguments while
 /// the program is compiled. For a text that is known at run time only, log it with L"%ls".
 ///

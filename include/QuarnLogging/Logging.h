@@ -66,9 +66,9 @@ extern QUARN_LOGGING_API int* g_pLogLevels;
 /// static objects and in atexit handlers, nothing happens.
 ///
 /// @par Threads    any
-/// @par Real time  with automatic logging off yes: no heap, no output, one short priority-inheriting lock (formats
-///                 that make the C library allocate are the exception: a width or precision in the thousands, or a
-///                 narrow string of more than 16,000 bytes). With automatic logging on no: it runs the loggers.
+/// @par Real time  with automatic logging off yes: no heap, no output, one short priority-inheriting lock (a
+///                 number with thousands of digits, for which the C library allocates, is the exception). With
+///                 automatic logging on no: it runs the loggers.
 /// @par Signals    not to be called from a signal handler
 QUARN_LOGGING_API void BuiltInLogging(int level, int category, const char* file, int line, const wchar_t* format,
                                       va_list args);
@@ -98,14 +98,16 @@ QUARN_LOGGING_API void RegisterLogger(Quarn::Logging::IQLogger* logger, unsigned
 ///
 /// @par Threads       call it while no other thread dispatches
 /// @par Real time     no: allocates
-/// @par Failure       memory exhausted: throws std::bad_alloc, the settings before the failing one are applied
+/// @par Failure       memory exhausted: throws std::bad_alloc, the settings before the failing one are applied to the
+///                    logger, and g_pLogLevels is left as it was
 QUARN_LOGGING_API void ModifyFilter(const Quarn::Logging::IQLogger* logger, unsigned int count,
                                     const Quarn::Logging::SLevelDef* levels);
 
 /// @brief Removes the newest registration of a logger. An unknown logger changes nothing.
 ///
-/// @par Threads    call it while no other thread dispatches; a logger may remove itself from inside Log()
-/// @par Real time  no: frees memory
+/// @par Threads    call it while no other thread dispatches; a logger may call it from inside Log()
+/// @par Real time  no: allocates and frees memory
+/// @par Failure    memory exhausted: throws std::bad_alloc, the logger is removed and g_pLogLevels is left as it was
 QUARN_LOGGING_API void UnRegisterLogger(const Quarn::Logging::IQLogger* logger);
 
 /// @brief Delivers every queued message to the registered loggers, on the calling thread.
@@ -140,7 +142,7 @@ QUARN_LOGGING_API double GetStartTime(void);
 ///
 /// @param[in] options  not null; docs/options.md describes it
 /// @par Threads        one at a time, while no other thread dispatches
-/// @par Real time      no: allocates, renames and opens files, may sleep up to a second
+/// @par Real time      no: allocates, renames and opens files, may sleep to the next full second
 /// @par Failure        malformed options fall back to defaults; memory exhausted: throws std::bad_alloc
 QUARN_LOGGING_API void SetLogOptions(const wchar_t* options);
 
@@ -154,7 +156,7 @@ namespace Logging {
 /// Categories outside the table are always passed on; the library filters them itself.
 ///
 /// @par Threads    any; no lock
-/// @par Real time  yes: two reads and two comparisons
+/// @par Real time  yes: a few reads and comparisons
 inline bool MustLog(int category, int level)
 {
     // Relaxed atomic reads are plain reads to the processor; they keep the concurrent rebuild of the table defined.
