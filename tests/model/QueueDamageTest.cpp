@@ -24,13 +24,26 @@ protected:
     /// A value that is likely to be wrong in an interesting way.
     std::uint32_t DrawWord(std::uint32_t old, std::uint32_t capacity)
     {
-        const std::uint32_t limits[] = {0,          4,        60,         capacity,   capacity - 4, capacity - 60,
-                                        BEGIN_WORD, END_WORD, 0x3FFFFFFF, 0x40000000, 0x80000000,   0xFFFFFFFF};
+        const std::uint32_t limits[] = {
+            0,
+            4,
+            60,
+            capacity,
+            capacity - 4,
+            capacity - 60,
+            BEGIN_WORD,
+            END_WORD,
+            0x3FFFFFFF,
+            0x40000000,
+            0x80000000,
+            0xFFFFFFFF,
+            0xFFFFFFC0 - Draw(capacity), // a length with which a sum in 32 bits comes out small
+        };
         switch (Draw(4)) {
         case 0:
             return old ^ (1U << Draw(32));
         case 1:
-            return limits[Draw(12)] + 4 * Draw(3) - 4;
+            return limits[Draw(13)] + 4 * Draw(3) - 4;
         case 2:
             return Draw(capacity);
         default:
@@ -60,7 +73,21 @@ protected:
         static constexpr std::uint32_t FIELDS[] = {Begin,      RecordSequence, End,  FileLength,
                                                    TextLength, RecordSize,     Next, Text};
         const std::uint32_t position = positions[Draw(static_cast<std::uint32_t>(positions.size()))];
-        DamageWord(memory, QueueBlock::HEADER + position + FIELDS[Draw(8)], capacity);
+        const std::uint32_t record = QueueBlock::HEADER + position;
+        DamageWord(memory, record + FIELDS[Draw(8)], capacity);
+        if (Draw(2) == 0) {
+            MakeConsistent(memory, record);
+        }
+    }
+
+    /// Gives a record the size that its damaged lengths ask for and a link that goes with it, so that only the limits
+    /// of the buffer tell that it is wrong.
+    void MakeConsistent(GuardedMemory& memory, std::uint32_t record)
+    {
+        const std::uint32_t length = Word(memory, record + FileLength) + 4 * Word(memory, record + TextLength);
+        const std::uint32_t size = (length + 60) / 4 * 4;
+        SetWord(memory, record + RecordSize, size);
+        SetWord(memory, record + Next, Draw(2) == 0 ? 0 : record - QueueBlock::HEADER + size);
     }
 
     void FillWithNoise(GuardedMemory& memory, std::uint32_t offset, std::uint32_t bytes)
