@@ -309,8 +309,9 @@ private:
         if (next != 0 && next < position + size) {
             return false;
         }
-        const std::uint64_t textEnd = offset + 52 + 4 * textLength;
-        return Word(static_cast<std::uint32_t>(textEnd)) == 0 && bytes[textEnd + 4 + fileLength] == 0;
+        // Inside the block from here on, so 32 bits hold it.
+        const auto textEnd = static_cast<std::uint32_t>(offset + 52 + 4 * textLength);
+        return Word(textEnd) == 0 && bytes[textEnd + 4 + static_cast<std::uint32_t>(fileLength)] == 0;
     }
 
     SMessage MessageAt(std::uint32_t position) const

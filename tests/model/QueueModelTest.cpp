@@ -121,8 +121,11 @@ protected:
         if (std::memcmp(&m_Model.bytes[32], m_Block.Bytes() + 32, end - 32) == 0) {
             return end;
         }
-        const auto begin = m_Model.bytes.begin();
-        return static_cast<std::uint32_t>(std::mismatch(begin + 32, begin + end, m_Block.Bytes() + 32).first - begin);
+        std::uint32_t offset = 32;
+        while (m_Model.bytes[offset] == m_Block.Bytes()[offset]) {
+            ++offset;
+        }
+        return offset;
     }
 
     void RunBoth(const SRun& run)
