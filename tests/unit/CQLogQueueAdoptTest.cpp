@@ -313,6 +313,17 @@ TEST_F(CQLogQueueAdoptTest, UnalignedMarkersDoNotCount)
     EXPECT_EQ(Header(QueueBlock::Count), 0u);
 }
 
+TEST_F(CQLogQueueAdoptTest, FileNameThatLooksLikeARecordIsCountedButNotRead)
+{
+    Restart();
+    m_pQueue->WriteMessage(1000, 1, 0.5, 7, "{{{{abcd}}}}", 3, L""); // at 56
+
+    Restart();
+
+    EXPECT_EQ(Header(QueueBlock::Count), 2u);
+    EXPECT_EQ(ReadLines(), std::vector<int>{3});
+}
+
 TEST_F(CQLogQueueAdoptTest, BreakAtTheEndOfTheBufferIsNoRecord)
 {
     PutRecords({7});
