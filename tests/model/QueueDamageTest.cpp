@@ -136,7 +136,7 @@ class SmallQueueDamageTest : public QueueDamageTest
 {
 protected:
     static constexpr std::uint32_t CAPACITY = 4096 - QueueBlock::HEADER;
-    static constexpr int ROUNDS = 120000;
+    static constexpr int ROUNDS = 90000;
 
     /// A ring that has wrapped, with unread records before and behind the wrap.
     SmallQueueDamageTest()
@@ -229,7 +229,7 @@ class RestartDamageTest : public QueueDamageTest
 {
 protected:
     static constexpr std::uint32_t CAPACITY = QueueBlock::CAPACITY;
-    static constexpr int ROUNDS = 300;
+    static constexpr int ROUNDS = 200;
 
     /// A ring of about 50 records, most of them large, that has wrapped.
     RestartDamageTest()

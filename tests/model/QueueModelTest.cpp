@@ -154,7 +154,7 @@ protected:
             ASSERT_NO_FATAL_FAILURE(RunBoth({capacity, 60, 4000}));
         }
     }
-    void RunFullCapacity() { ASSERT_NO_FATAL_FAILURE(RunBoth({FULL, 100000, 2500})); }
+    void RunFullCapacity() { ASSERT_NO_FATAL_FAILURE(RunBoth({FULL, 100000, 900})); }
 
     QueueModel m_Model;
     std::mt19937 m_Random{TestSeed()};
@@ -173,7 +173,7 @@ TEST_F(QueueModelTest, FullSizeQueueWithRecordsOfUsualSizeHoldsTheSameBytesAsThe
     WriteBoth(DrawMessage(FULL - 3000));
     ReadBoth();
 
-    for (int i = 0; i < 1500; ++i) {
+    for (int i = 0; i < 600; ++i) {
         ASSERT_NO_FATAL_FAILURE(Operate({FULL, 150, 0})) << "operation " << i;
         ASSERT_EQ(FirstDifference(QueueBlock::SIZE), QueueBlock::SIZE) << "operation " << i;
     }
