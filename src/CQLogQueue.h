@@ -81,6 +81,7 @@ private:
     char* GetNextWritePosition(unsigned int size);
     SLogRecord* GetNextReadPosition();
     bool IsWellFormed(std::uint32_t position) const;
+    const char* FileOf(const SLogRecord& record) const;
     void WriteRecord(SLogRecord& record, std::uint32_t position, int level, int category, double time,
                      unsigned int threadId, const char* file, std::uint32_t fileLength, int line, const wchar_t* text,
                      std::uint32_t textLength, std::uint32_t size);
