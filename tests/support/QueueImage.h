@@ -182,8 +182,8 @@ private:
             (next != 0 && next < offset + size)) {
             return false;
         }
-        const std::size_t textEnd = HEADER_SIZE + offset + 52 + 4 * textLength;
-        return Get(textEnd) == 0 && m_Bytes[textEnd + 4 + fileLength] == '\0';
+        const std::size_t textEnd = HEADER_SIZE + offset + 52 + static_cast<std::size_t>(4 * textLength);
+        return Get(textEnd) == 0 && m_Bytes[textEnd + 4 + static_cast<std::size_t>(fileLength)] == '\0';
     }
 
     SImageRecord RecordAt(std::uint32_t offset) const
