@@ -140,25 +140,29 @@ void CQLogQueue::ClearAll()
 }
 
 /// Null if there is no room, else the place of size bytes at m_WritePos, which is then 0 if the writer had to wrap.
-/// Sums are taken in 64 bits, so that positions that were damaged meanwhile cannot overflow into the block's outside.
+/// Sums are taken in 64 bits, so that positions that were damaged meanwhile cannot overflow into the block's outside,
+/// and each position is read once, so that what was checked is what is used.
 char* CQLogQueue::GetNextWritePosition(unsigned int size)
 {
     const std::uint32_t capacity = Capacity();
-    const std::uint64_t end = std::uint64_t{m_WritePos} + size;
-    const bool empty = m_Count == 0;
-    if (!empty && m_ReadPos >= m_WritePos) {
-        if (end > std::min(m_ReadPos, capacity)) {
+    const std::uint32_t readPos = LoadRelaxed(m_ReadPos);
+    std::uint32_t writePos = LoadRelaxed(m_WritePos);
+    const std::uint64_t end = std::uint64_t{writePos} + size;
+    const bool empty = LoadRelaxed(m_Count) == 0;
+    if (!empty && readPos >= writePos) {
+        if (end > std::min(readPos, capacity)) {
             return nullptr;
         }
     } else if (end > capacity) {
-        const std::uint32_t roomAtFront = empty ? capacity : m_ReadPos;
+        const std::uint32_t roomAtFront = empty ? capacity : std::min(readPos, capacity);
         if (size > roomAtFront) {
             return nullptr;
         }
-        StoreInOrder(m_EndPos, m_WritePos);
+        StoreInOrder(m_EndPos, writePos);
         StoreInOrder(m_WritePos, 0);
+        writePos = 0;
     }
-    return reinterpret_cast<char*>(m_Buffer + m_WritePos);
+    return reinterpret_cast<char*>(m_Buffer + writePos);
 }
 
 void CQLogQueue::WriteMessage(int level, int category, double time, unsigned int threadId, const char* file, int line,
@@ -181,7 +185,7 @@ void CQLogQueue::WriteMessage(int level, int category, double time, unsigned int
         StoreRelaxed(m_Dropped, m_Dropped + 1); // the dispatcher reads it without the lock
         return;
     }
-    const std::uint32_t position = m_WritePos;
+    const auto position = static_cast<std::uint32_t>(reinterpret_cast<unsigned char*>(room) - m_Buffer);
     if (m_Count == 0) {
         StoreInOrder(m_ReadPos, position);
     }
@@ -227,7 +231,7 @@ void CQLogQueue::WriteRecord(SLogRecord& record, std::uint32_t position, int lev
 }
 
 /// Nothing here trusts the block: every sum is taken in 64 bits, and nothing is read that the checks before it have not
-/// placed inside the buffer.
+/// placed inside the buffer, or read twice: another process on the same block may write while this one looks.
 bool CQLogQueue::IsWellFormed(std::uint32_t position) const
 {
     const std::uint32_t capacity = Capacity();
@@ -236,15 +240,19 @@ bool CQLogQueue::IsWellFormed(std::uint32_t position) const
         return false;
     }
     const SLogRecord& record = *RecordAt(position);
-    const std::uint64_t end = std::uint64_t{position} + record.size;
-    if (record.next > capacity || record.size != SLogRecord::SizeOf(record.fileLength, record.textLength) ||
-        end > capacity || (record.next != 0 && record.next < end)) {
+    const std::uint32_t fileLength = LoadRelaxed(record.fileLength);
+    const std::uint32_t textLength = LoadRelaxed(record.textLength);
+    const std::uint32_t size = LoadRelaxed(record.size);
+    const std::uint32_t next = LoadRelaxed(record.next);
+    const std::uint64_t end = std::uint64_t{position} + size;
+    if (next > capacity || size != SLogRecord::SizeOf(fileLength, textLength) || end > capacity ||
+        (next != 0 && next < end)) {
         return false;
     }
-    const unsigned char* const file = record.Text() + SLogRecord::FileOffset(record.textLength);
+    const unsigned char* const file = record.Text() + SLogRecord::FileOffset(textLength);
     std::uint32_t textTerminator = 0;
     std::memcpy(&textTerminator, file - sizeof textTerminator, sizeof textTerminator);
-    return textTerminator == 0 && file[record.fileLength] == 0;
+    return textTerminator == 0 && file[fileLength] == 0;
 }
 
 /// Null if there is no record, or none that is well-formed; what is left is then given up.
@@ -253,12 +261,24 @@ SLogRecord* CQLogQueue::GetNextReadPosition()
     if (m_Count == 0) {
         return nullptr;
     }
-    if (!IsWellFormed(m_ReadPos)) {
+    const std::uint32_t position = LoadRelaxed(m_ReadPos);
+    if (!IsWellFormed(position)) {
         m_Count = 0;
         m_ReadPos = m_WritePos;
         return nullptr;
     }
-    return RecordAt(m_ReadPos);
+    return RecordAt(position);
+}
+
+/// A record's file name. Empty if the name no longer lies in the block: the record was well-formed a moment ago, but
+/// another process on the same block may have written over it since.
+const char* CQLogQueue::FileOf(const SLogRecord& record) const
+{
+    const unsigned char* const text = record.Text();
+    const std::uint64_t offset = SLogRecord::FileOffset(LoadRelaxed(record.textLength));
+    return offset < static_cast<std::uint64_t>(m_Buffer + sizeof m_Buffer - text)
+               ? reinterpret_cast<const char*>(text + offset)
+               : "";
 }
 
 bool CQLogQueue::ReadMessage(int& level, int& category, double& time, unsigned int& threadId, const char*& file,
@@ -281,15 +301,16 @@ bool CQLogQueue::ReadMessage(int& level, int& category, double& time, unsigned i
     threadId = record->threadId;
     line = record->line;
     text = reinterpret_cast<const wchar_t*>(record->Text());
-    file = reinterpret_cast<const char*>(record->Text() + SLogRecord::FileOffset(record->textLength));
+    file = FileOf(*record);
 
     const LockGuard guard(CQQueueLock::Find(this));
     if (!guard.Locked()) {
         return false;
     }
-    if (m_Count != 0) {
-        --m_Count;
-        m_ReadPos = record->next >= m_EndPos ? 0 : record->next;
+    if (const std::uint32_t count = LoadRelaxed(m_Count)) {
+        StoreInOrder(m_Count, count - 1);
+        const std::uint32_t next = LoadRelaxed(record->next);
+        m_ReadPos = next >= m_EndPos ? 0 : next;
     }
     return true;
 }

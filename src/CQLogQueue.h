@@ -100,12 +100,17 @@ private:
     // The caller of these holds the mutex.
     [[nodiscard]] char* GetNextWritePosition(unsigned int size);
     [[nodiscard]] SLogRecord* GetNextReadPosition();
+    [[nodiscard]] const char* FileOf(const SLogRecord& record) const;
     void WriteRecord(SLogRecord& record, std::uint32_t position, int level, int category, double time,
                      unsigned int threadId, const char* file, std::uint32_t fileLength, int line, const wchar_t* text,
                      std::uint32_t textLength, std::uint32_t size);
 
     /// m_Capacity, but never more than the block has: another process on the same block may write anything there.
-    std::uint32_t Capacity() const { return m_Capacity < MAX_CAPACITY ? m_Capacity : MAX_CAPACITY; }
+    std::uint32_t Capacity() const
+    {
+        const std::uint32_t capacity = LoadRelaxed(m_Capacity);
+        return capacity < MAX_CAPACITY ? capacity : MAX_CAPACITY;
+    }
 
     SLogRecord* RecordAt(std::uint32_t position) { return reinterpret_cast<SLogRecord*>(m_Buffer + position); }
     const SLogRecord* RecordAt(std::uint32_t position) const

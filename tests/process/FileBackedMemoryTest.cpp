@@ -1,0 +1,55 @@
+#include "QueueImage.h"
+#include "Subprocess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace QuarnTest;
+using testing::HasSubstr;
+
+namespace {
+
+/// A program that knows nothing of the stand-in, with the stand-in preloaded.
+class FileBackedMemoryTest : public testing::Test
+{
+protected:
+    SFinishedProcess RunOn(const std::string& file) const
+    {
+        return RunCommand("TZ=UTC LD_PRELOAD=" FILE_BACKED_MEMORY " QUARN_MEMORY_FILE=" + file +
+                          " " RELOADER " " QUARN_LIBRARY);
+    }
+
+    TempDir m_Dir;
+};
+
+TEST_F(FileBackedMemoryTest, MissingFileIsMadeWithTheMemorysSize)
+{
+    const SFinishedProcess run = RunOn(m_Dir.File("memory"));
+
+    EXPECT_EQ(run.exitCode, 0) << run.errors;
+    EXPECT_EQ(std::filesystem::file_size(m_Dir.File("memory")), 2097152U);
+}
+
+TEST_F(FileBackedMemoryTest, LogIsDumpedFromTheFile)
+{
+    QueueImage image;
+    image.Append(2000, 3, 1.5, 0xABC, "control.cpp", 42, L"from the file");
+    image.Save(m_Dir.File("memory"));
+
+    const SFinishedProcess run = RunOn(m_Dir.File("memory"));
+
+    EXPECT_THAT(run.output, HasSubstr("control.cpp:42: info: m=3 t=1970.01.01-00:00:01.500 tid=0xabc: from the file"));
+}
+
+TEST_F(FileBackedMemoryTest, OtherFilesAreOpenedAsEver)
+{
+    const SFinishedProcess run = RunCommand("cd " + m_Dir.Path().string() +
+                                            " && umask 022 && LD_PRELOAD=" FILE_BACKED_MEMORY
+                                            " QUARN_MEMORY_FILE=memory sh -c 'echo text >other' && stat -c %a other");
+
+    EXPECT_EQ(run.output, "644\n") << run.errors;
+    EXPECT_EQ(m_Dir.Read("other"), "text\n");
+    EXPECT_FALSE(m_Dir.Has("memory"));
+}
+
+} // namespace
