@@ -1,0 +1,118 @@
+#include "SourceLookup.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cwchar>
+
+#ifdef FEEDER_HAS_LIBDW
+#include <elfutils/libdwfl.h>
+#endif
+
+namespace AllocationFeeder {
+
+namespace {
+
+constexpr wchar_t MARK[] = L"@0x"; // no file name in use begins like this
+constexpr std::size_t MARK_LENGTH = 3;
+
+/// The module and the offset in it.
+std::string FindModule(std::uintptr_t address)
+{
+    char offset[32];
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void*>(address), &info) == 0 || info.dli_fname == nullptr) {
+        std::snprintf(offset, sizeof offset, "0x%zx@0", static_cast<std::size_t>(address));
+        return offset; // a module that is unloaded, or code that was made at run time
+    }
+    const std::size_t base = reinterpret_cast<std::uintptr_t>(info.dli_fbase);
+    std::snprintf(offset, sizeof offset, "+0x%zx@0", static_cast<std::size_t>(address) - base);
+    return info.dli_fname + std::string(offset);
+}
+
+std::wstring Widen(const std::string& text)
+{
+    std::wstring wide;
+    for (const char byte : text) {
+        wide += static_cast<wchar_t>(static_cast<unsigned char>(byte));
+    }
+    return wide;
+}
+
+} // namespace
+
+void SourceLookup::WriteSiteName(std::uintptr_t returnAddress, wchar_t (&name)[SITE_NAME_SIZE])
+{
+    std::wmemcpy(name, MARK, MARK_LENGTH);
+    for (std::size_t i = SITE_NAME_SIZE - 2; i >= MARK_LENGTH; --i) {
+        name[i] = L"0123456789abcdef"[returnAddress % 16];
+        returnAddress /= 16;
+    }
+    name[SITE_NAME_SIZE - 1] = L'\0';
+}
+
+std::wstring SourceLookup::Translate(const std::wstring& message)
+{
+    if (message.compare(0, MARK_LENGTH, MARK) != 0) {
+        return message;
+    }
+    wchar_t* end = nullptr;
+    const auto returnAddress = static_cast<std::uintptr_t>(std::wcstoull(message.c_str() + 1, &end, 16));
+    if (std::wcsncmp(end, L"@0 ", 3) != 0) {
+        return message;
+    }
+    return Widen(Describe(returnAddress - 1)) + (end + 2); // the byte in front still belongs to the call
+}
+
+std::string SourceLookup::Describe(std::uintptr_t address) const
+{
+    const std::string line = FindLine(address);
+    return line.empty() ? FindModule(address) : line;
+}
+
+#ifdef FEEDER_HAS_LIBDW
+
+namespace {
+
+/// Debug information counts only if it is in the module itself: libdw's own search may go as far as asking a server,
+/// which has no place in a running control system.
+int FindNoSeparateDebugInfo(Dwfl_Module* /*module*/, void** /*userData*/, const char* /*name*/, Dwarf_Addr /*base*/,
+                            const char* /*file*/, const char* /*debugLink*/, GElf_Word /*checksum*/, char** /*found*/)
+{
+    return -1;
+}
+
+} // namespace
+
+SourceLookup::SourceLookup()
+{
+    static const Dwfl_Callbacks callbacks = {&dwfl_linux_proc_find_elf, &FindNoSeparateDebugInfo, nullptr, nullptr};
+    m_pSession = dwfl_begin(&callbacks);
+    if (m_pSession != nullptr) {
+        dwfl_report_begin(m_pSession);
+        dwfl_linux_proc_report(m_pSession, getpid());
+        dwfl_report_end(m_pSession, nullptr, nullptr);
+    }
+}
+
+SourceLookup::~SourceLookup() { dwfl_end(m_pSession); }
+
+std::string SourceLookup::FindLine(std::uintptr_t address) const
+{
+    Dwfl_Line* position = m_pSession == nullptr ? nullptr : dwfl_getsrc(m_pSession, address);
+    int line = 0;
+    const char* file =
+        position == nullptr ? nullptr : dwfl_lineinfo(position, nullptr, &line, nullptr, nullptr, nullptr);
+    return file == nullptr ? std::string() : file + ("@" + std::to_string(line));
+}
+
+#else
+
+SourceLookup::SourceLookup() = default;
+SourceLookup::~SourceLookup() = default;
+
+std::string SourceLookup::FindLine(std::uintptr_t /*address*/) const { return {}; }
+
+#endif
+
+} // namespace AllocationFeeder
