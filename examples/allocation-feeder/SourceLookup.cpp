@@ -3,10 +3,15 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cwchar>
 
 #ifdef FEEDER_HAS_LIBDW
+#include <dwarf.h>
 #include <elfutils/libdwfl.h>
+
+#include <cstdlib>
+#include <cstring>
 #endif
 
 namespace AllocationFeeder {
@@ -82,6 +87,48 @@ int FindNoSeparateDebugInfo(Dwfl_Module* /*module*/, void** /*userData*/, const 
     return -1;
 }
 
+std::string FormatLine(const char* file, int line) { return file + ("@" + std::to_string(line)); }
+
+/// Whoever looks for a leak wants to know who made the container, not where containers allocate.
+bool IsStandardHeader(const char* file) { return std::strstr(file, "/include/c++/") != nullptr; }
+
+/// The position of the call that was replaced by this inlined code; empty if it is in a standard header itself.
+std::string FindCall(Dwarf_Die* unit, Dwarf_Die* inlined)
+{
+    Dwarf_Files* files = nullptr;
+    Dwarf_Attribute attribute;
+    Dwarf_Word file = 0;
+    Dwarf_Word line = 0;
+    if (dwarf_getsrcfiles(unit, &files, nullptr) != 0 ||
+        dwarf_formudata(dwarf_attr(inlined, DW_AT_call_file, &attribute), &file) != 0 ||
+        dwarf_formudata(dwarf_attr(inlined, DW_AT_call_line, &attribute), &line) != 0) {
+        return {};
+    }
+    const char* name = dwarf_filesrc(files, file, nullptr, nullptr);
+    return name == nullptr || IsStandardHeader(name) ? std::string() : FormatLine(name, static_cast<int>(line));
+}
+
+/// The first position outside the standard headers among the calls that were inlined at an address; empty without one.
+std::string FindCallerOfInlined(Dwfl* session, Dwarf_Addr address)
+{
+    Dwarf_Addr bias = 0;
+    Dwarf_Die* unit = dwfl_addrdie(session, address, &bias);
+    Dwarf_Die* innermost = nullptr;
+    Dwarf_Die* scopes = nullptr;
+    std::string found;
+    if (unit != nullptr && dwarf_getscopes(unit, address - bias, &innermost) > 0) {
+        const int count = dwarf_getscopes_die(innermost, &scopes);
+        for (int i = 0; i < count && found.empty(); ++i) {
+            if (dwarf_tag(&scopes[i]) == DW_TAG_inlined_subroutine) {
+                found = FindCall(unit, &scopes[i]);
+            }
+        }
+    }
+    std::free(scopes);
+    std::free(innermost);
+    return found;
+}
+
 } // namespace
 
 SourceLookup::SourceLookup()
@@ -103,7 +150,11 @@ std::string SourceLookup::FindLine(std::uintptr_t address) const
     int line = 0;
     const char* file =
         position == nullptr ? nullptr : dwfl_lineinfo(position, nullptr, &line, nullptr, nullptr, nullptr);
-    return file == nullptr ? std::string() : file + ("@" + std::to_string(line));
+    if (file == nullptr) {
+        return {};
+    }
+    const std::string caller = IsStandardHeader(file) ? FindCallerOfInlined(m_pSession, address) : std::string();
+    return caller.empty() ? FormatLine(file, line) : caller;
 }
 
 #else

@@ -40,6 +40,15 @@ TEST(AllocationFeederTest, ObjectOfPlainCodeIsReportedWithItsCaller)
                                              " 2 objects created - memory usage: 192 Bytes \n"));
 }
 
+#if defined(FEEDER_HAS_LIBDW) && defined(NDEBUG) // nothing is inlined without optimisation
+TEST(AllocationFeederTest, ObjectOfInlinedLibraryCodeIsReportedWithTheCallingLine)
+{
+    const SProgramResult sample = RunSample();
+
+    EXPECT_THAT(sample.output, ContainsRegex("/leak\\.cpp@38 1 objects created - memory usage: 32 Bytes \n"));
+}
+#endif
+
 TEST(AllocationFeederTest, SelectedObjectIsDumped)
 {
     const SProgramResult sample = RunSample();

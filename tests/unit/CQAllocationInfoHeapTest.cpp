@@ -28,6 +28,12 @@ std::size_t g_LargestAllocation = 0; // bytes
     throw std::bad_alloc();
 }
 
+// A sanitizer's run-time has a form of its own that would not fit our delete.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return std::malloc(size == 0 ? 1 : size);
+}
+
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 
