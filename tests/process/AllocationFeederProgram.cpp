@@ -113,7 +113,7 @@ void Forms()
     ::operator delete(nothrow, std::nothrow);
     ::operator delete[](nothrowArray, std::nothrow);
     ::operator delete(aligned, line);
-    ::operator delete[](alignedArray, std::size_t{32}, line);
+    ::operator delete[](alignedArray, line);
     ::operator delete(alignedNothrow, line, std::nothrow);
     ::operator delete[](alignedNothrowArray, line, std::nothrow);
     delete here;
