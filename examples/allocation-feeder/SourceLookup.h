@@ -34,7 +34,9 @@ private:
     std::string Describe(std::uintptr_t address) const;
     std::string FindLine(std::uintptr_t address) const;
 
-    Dwfl* m_pSession = nullptr; ///< null without libdw
+#ifdef FEEDER_HAS_LIBDW
+    Dwfl* m_pSession = nullptr;
+#endif
 };
 
 } // namespace AllocationFeeder
