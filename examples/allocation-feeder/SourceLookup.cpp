@@ -108,15 +108,31 @@ std::string FindCall(Dwarf_Die* unit, Dwarf_Die* inlined)
     return name == nullptr || IsStandardHeader(name) ? std::string() : FormatLine(name, static_cast<int>(line));
 }
 
-/// The first position outside the standard headers among the calls that were inlined at an address; empty without one.
-std::string FindCallerOfInlined(Dwfl* session, Dwarf_Addr address)
+/// The compilation unit of an address, and what is added to its own addresses; null without debug information.
+Dwarf_Die* FindUnit(Dwfl* session, Dwarf_Addr address, Dwarf_Addr& bias)
 {
-    Dwarf_Addr bias = 0;
     Dwarf_Die* unit = dwfl_addrdie(session, address, &bias);
+    if (unit != nullptr) {
+        return unit;
+    }
+    // clang writes no index of addresses, and libdw does not look further by itself.
+    Dwfl_Module* module = dwfl_addrmodule(session, address);
+    while (module != nullptr && (unit = dwfl_module_nextcu(module, unit, &bias)) != nullptr) {
+        if (dwarf_haspc(unit, address - bias) > 0) {
+            return unit;
+        }
+    }
+    return nullptr;
+}
+
+/// The first position outside the standard headers among the calls that were inlined at a unit's address; empty without
+/// one.
+std::string FindCallerOfInlined(Dwarf_Die* unit, Dwarf_Addr address)
+{
     Dwarf_Die* innermost = nullptr;
     Dwarf_Die* scopes = nullptr;
     std::string found;
-    if (unit != nullptr && dwarf_getscopes(unit, address - bias, &innermost) > 0) {
+    if (dwarf_getscopes(unit, address, &innermost) > 0) {
         const int count = dwarf_getscopes_die(innermost, &scopes);
         for (int i = 0; i < count && found.empty(); ++i) {
             if (dwarf_tag(&scopes[i]) == DW_TAG_inlined_subroutine) {
@@ -146,14 +162,15 @@ SourceLookup::~SourceLookup() { dwfl_end(m_pSession); }
 
 std::string SourceLookup::FindLine(std::uintptr_t address) const
 {
-    Dwfl_Line* position = m_pSession == nullptr ? nullptr : dwfl_getsrc(m_pSession, address);
+    Dwarf_Addr bias = 0;
+    Dwarf_Die* unit = m_pSession == nullptr ? nullptr : FindUnit(m_pSession, address, bias);
+    Dwarf_Line* position = unit == nullptr ? nullptr : dwarf_getsrc_die(unit, address - bias);
+    const char* file = position == nullptr ? nullptr : dwarf_linesrc(position, nullptr, nullptr);
     int line = 0;
-    const char* file =
-        position == nullptr ? nullptr : dwfl_lineinfo(position, nullptr, &line, nullptr, nullptr, nullptr);
-    if (file == nullptr) {
+    if (file == nullptr || dwarf_lineno(position, &line) != 0) {
         return {};
     }
-    const std::string caller = IsStandardHeader(file) ? FindCallerOfInlined(m_pSession, address) : std::string();
+    const std::string caller = IsStandardHeader(file) ? FindCallerOfInlined(unit, address - bias) : std::string();
     return caller.empty() ? FormatLine(file, line) : caller;
 }
 
