@@ -63,11 +63,16 @@ std::int32_t ToTime32(long double seconds)
     return seconds > -2147483649.0L && seconds < 2147483648.0L ? static_cast<std::int32_t>(seconds) : INT32_MIN;
 }
 
-/// Milliseconds into the second, truncated. In extended precision, so that the product is the same on every processor.
+/// Milliseconds into the second, truncated. In extended precision, so that they are the same on every processor.
 unsigned int MillisecondsOf(double seconds)
 {
-    const long double milliseconds = static_cast<long double>(seconds - std::floor(seconds)) * 1000;
-    return milliseconds >= 0 && milliseconds < 1000 ? static_cast<unsigned int>(milliseconds) : 0; // 0 if not a number
+    const long double milliseconds =
+        (static_cast<long double>(seconds) - std::floor(static_cast<long double>(seconds))) * 1000;
+    if (std::isnan(milliseconds)) {
+        return 0;
+    }
+    // So close to a full second below zero that the difference was rounded up to a whole one.
+    return milliseconds < 1000 ? static_cast<unsigned int>(milliseconds) : 999;
 }
 
 /// A name as the file system gets it: the low 8 bits of each character. Names go out as they came in from options

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
+#include <sstream>
 #include <string>
 
 namespace QuarnTest {
@@ -39,7 +39,9 @@ public:
     std::string Read(const std::string& name) const
     {
         std::ifstream stream(File(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        std::ostringstream content;
+        content << stream.rdbuf();
+        return content.str();
     }
     bool Has(const std::string& name) const { return std::filesystem::exists(m_Path / name); }
 
