@@ -1,5 +1,6 @@
-# quarn_add_test(<name> SOURCES <file>... [LIBRARIES <target>...])
+# quarn_add_test(<name> SOURCES <file>... [LIBRARIES <target>...] [WRAP <function>...])
 #   A GoogleTest program with the library's objects inside, its platform calls bound to the doubles of tests/support.
+#   WRAP names further functions that its sources define as __wrap_<function>.
 # quarn_add_process_test(<name> SOURCES <file>... [LIBRARIES <target>...])
 #   A GoogleTest program that uses the real libQuarnLogging.so or starts programs that do; no doubles.
 
@@ -20,10 +21,10 @@ function(quarn_finish_test target)
 endfunction()
 
 function(quarn_add_test target)
-  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;WRAP" ${ARGN})
   add_executable(${target} ${arg_SOURCES})
   target_link_libraries(${target} PRIVATE QuarnLoggingObjects QuarnTestSupport ${arg_LIBRARIES})
-  foreach(call IN LISTS QUARN_WRAPPED_CALLS)
+  foreach(call IN LISTS QUARN_WRAPPED_CALLS arg_WRAP)
     target_link_options(${target} PRIVATE "-Wl,--wrap=${call}")
   endforeach()
   quarn_finish_test(${target})

@@ -20,8 +20,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cwchar>
+#include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Quarn::Logging {
@@ -33,17 +35,17 @@ constexpr std::size_t TIME_STAMP_MARKER_LENGTH = 2;
 
 /// A name as the file system gets it: the low 8 bits of each character. Names go out as they came in from options
 /// strings built from bytes, whatever the locale, and directory entries come back the same way.
-std::string Narrow(const ACE_String_Base<wchar_t>& name)
+std::string Narrow(std::wstring_view name)
 {
-    std::string narrow(name.length(), '\0');
-    std::transform(name.c_str(), name.c_str() + name.length(), narrow.begin(),
+    std::string narrow(name.size(), '\0');
+    std::transform(name.begin(), name.end(), narrow.begin(),
                    [](wchar_t character) { return static_cast<char>(character); });
     return narrow;
 }
 
-ACE_String_Base<wchar_t> Widen(const char* name)
+std::wstring Widen(const char* name)
 {
-    ACE_String_Base<wchar_t> wide;
+    std::wstring wide;
     for (; *name != '\0'; ++name) {
         wide += static_cast<wchar_t>(static_cast<unsigned char>(*name));
     }
@@ -52,7 +54,17 @@ ACE_String_Base<wchar_t> Widen(const char* name)
 
 std::wstring_view View(const ACE_String_Base<wchar_t>& text) { return {text.c_str(), text.length()}; }
 
-bool Exists(const ACE_String_Base<wchar_t>& name)
+/// An ACE string that gets no memory keeps its old text and says nothing; files would be renamed to names put together
+/// from what is left.
+void Assign(ACE_String_Base<wchar_t>& target, std::wstring_view text)
+{
+    target.set(text.data(), text.size(), true);
+    if (View(target) != text) {
+        throw std::bad_alloc();
+    }
+}
+
+bool Exists(std::wstring_view name)
 {
     struct stat status;
     return stat(Narrow(name).c_str(), &status) == 0;
@@ -77,8 +89,7 @@ CQAceLogger::~CQAceLogger()
 {
     try {
         if (IsFileOpen()) {
-            std::fclose(m_pStream);
-            m_pStream = nullptr;
+            CloseFile();
             Rotate();
         }
     } catch (...) { // a file that keeps its current name is found and renamed by the next run
@@ -128,7 +139,7 @@ void CQAceLogger::SetErrorHandler(IQErrorHandler* /*handler*/) {}
 void CQAceLogger::SetOutputStream(const wchar_t* name, unsigned int size, unsigned int count)
 {
     if (IsFileOpen()) {
-        std::fclose(m_pStream);
+        CloseFile();
         Rotate();
     }
     if (*name == L'\0') {
@@ -142,7 +153,7 @@ void CQAceLogger::SetOutputStream(const wchar_t* name, unsigned int size, unsign
         m_pStream = stdout;
         return;
     }
-    m_FileNamePattern = name;
+    Assign(m_FileNamePattern, name);
     SplitPattern();
     m_MaxFileSize = size;
     m_MaxOldFiles = count == 0 ? 1 : count;
@@ -155,39 +166,45 @@ void CQAceLogger::SplitPattern()
     const std::wstring_view pattern = View(m_FileNamePattern);
     const std::size_t marker = pattern.find(TIME_STAMP_MARKER);
     if (marker == std::wstring_view::npos) {
-        m_FileName = m_FileNamePattern;
-        m_FileNamePrefix = m_FileNamePattern;
+        Assign(m_FileName, pattern);
+        Assign(m_FileNamePrefix, pattern);
         return; // The suffix stays what an earlier pattern made it: names of old files keep their ending.
     }
     std::wstring_view prefix = pattern.substr(0, marker);
     std::wstring_view suffix = pattern.substr(marker + TIME_STAMP_MARKER_LENGTH);
-    m_FileNamePrefix.set(prefix.data(), prefix.size(), true);
-    m_FileNameSuffix.set(suffix.data(), suffix.size(), true);
+    Assign(m_FileNamePrefix, prefix);
+    Assign(m_FileNameSuffix, suffix);
     if (!prefix.empty() && prefix.back() == L'-') {
         prefix.remove_suffix(1);
     }
     if (!suffix.empty() && suffix.front() == L'-') {
         suffix.remove_prefix(1);
     }
-    m_FileName.set(prefix.data(), prefix.size(), true);
-    m_FileName.append(suffix.data(), suffix.size());
+    Assign(m_FileName, std::wstring(prefix).append(suffix));
 }
 
 /// Opens an empty current file, after a file of that name was rotated. The stream is null if that fails.
 void CQAceLogger::OpenFile()
 {
     m_BytesWritten = 0;
-    if (Exists(m_FileName)) {
+    if (Exists(View(m_FileName))) {
         Rotate();
     }
     CreateDirectoryOfFile();
-    m_pStream = std::fopen(Narrow(m_FileName).c_str(), "w+");
+    m_pStream = std::fopen(Narrow(View(m_FileName)).c_str(), "w+");
+}
+
+/// The stream is null afterwards: what follows may end with an exception, and a closed file is not to be used again.
+void CQAceLogger::CloseFile()
+{
+    std::fclose(m_pStream);
+    m_pStream = nullptr;
 }
 
 /// One directory, not its parents. Either separator may have been used.
 void CQAceLogger::CreateDirectoryOfFile() const
 {
-    const std::string name = Narrow(m_FileName);
+    const std::string name = Narrow(View(m_FileName));
     if (name.size() >= PATH_MAX) {
         return; // no such file can be opened, and ACE::dirname has room for a path only
     }
@@ -205,7 +222,7 @@ void CQAceLogger::MoveFileAside()
 {
     WideString name;
     GetNewFileName(name);
-    std::rename(Narrow(m_FileName).c_str(), Narrow(name).c_str());
+    std::rename(Narrow(View(m_FileName)).c_str(), Narrow(View(name)).c_str());
 }
 
 void CQAceLogger::Rotate()
@@ -219,9 +236,9 @@ void CQAceLogger::Rotate()
 /// pattern limits the files, and a "-" beside "%T" avoids it.
 void CQAceLogger::RotateFullFile()
 {
-    std::fclose(m_pStream);
+    CloseFile();
     MoveFileAside();
-    m_pStream = std::fopen(Narrow(m_FileName).c_str(), "w+");
+    m_pStream = std::fopen(Narrow(View(m_FileName)).c_str(), "w+");
     m_BytesWritten = 0;
     RemoveOldFiles();
 }
@@ -237,10 +254,9 @@ void CQAceLogger::GetNewFileName(WideString& result)
         wchar_t timeStamp[80]; // six numbers of any value
         std::swprintf(timeStamp, std::size(timeStamp), L"%04d%02d%02d-%02d%02d%02d", calendar.tm_year + 1900,
                       calendar.tm_mon + 1, calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec);
-        result = m_FileNamePrefix;
-        result += timeStamp;
-        result += m_FileNameSuffix;
-        if (!Exists(result)) {
+        const std::wstring name = std::wstring(View(m_FileNamePrefix)).append(timeStamp).append(View(m_FileNameSuffix));
+        if (!Exists(name)) {
+            Assign(result, name);
             return;
         }
         SleepUntilNextSecond(now.tv_nsec / 1000);
@@ -259,31 +275,31 @@ void CQAceLogger::RemoveOldFiles()
     if (separator == std::wstring_view::npos || separator == 0) {
         return;
     }
-    const WideString directory(pattern.data(), separator);
+    const std::wstring_view directory = pattern.substr(0, separator);
     ACE_Dirent_Selector entries;
     if (!Exists(directory) || entries.open(Narrow(directory).c_str()) == -1) {
         return;
     }
     const std::wstring_view prefix = View(m_FileNamePrefix);
     const std::wstring_view base = prefix.substr(std::min(separator + 1, prefix.size()));
-    std::vector<WideString> names;
+    std::vector<std::wstring> names;
     names.reserve(32);
     for (int i = 0; i < entries.length(); ++i) {
-        WideString name = Widen(entries[i]->d_name);
-        if (IsOldFile(View(name), base, View(m_FileNameSuffix))) {
-            names.push_back(name);
+        std::wstring name = Widen(entries[i]->d_name);
+        if (IsOldFile(name, base, View(m_FileNameSuffix))) {
+            names.push_back(std::move(name));
         }
     }
     entries.close();
     if (names.size() <= m_MaxOldFiles) {
         return;
     }
-    std::vector<const WideString*> sorted;
+    std::vector<const std::wstring*> sorted;
     sorted.reserve(names.size());
-    for (const WideString& name : names) {
+    for (const std::wstring& name : names) {
         sorted.push_back(&name);
     }
-    std::qsort(sorted.data(), sorted.size(), sizeof(const WideString*), FileNameSort);
+    std::qsort(sorted.data(), sorted.size(), sizeof(const std::wstring*), FileNameSort);
     for (std::size_t i = 0; i < names.size() - m_MaxOldFiles; ++i) {
         unlink((Narrow(directory) + '/' + Narrow(*sorted[i])).c_str());
     }
@@ -292,8 +308,8 @@ void CQAceLogger::RemoveOldFiles()
 /// In the order of character codes: with equal prefix and suffix the oldest time stamp comes first.
 int CQAceLogger::FileNameSort(const void* a, const void* b)
 {
-    return std::wcscmp((*static_cast<const WideString* const*>(a))->c_str(),
-                       (*static_cast<const WideString* const*>(b))->c_str());
+    return std::wcscmp((*static_cast<const std::wstring* const*>(a))->c_str(),
+                       (*static_cast<const std::wstring* const*>(b))->c_str());
 }
 
 } // namespace Quarn::Logging

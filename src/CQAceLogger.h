@@ -56,6 +56,7 @@ private:
 
     void SplitPattern();
     void OpenFile();
+    void CloseFile();
     void CreateDirectoryOfFile() const;
     bool IsFileOpen() const { return m_pStream != nullptr && m_pStream != stdout; }
     void MoveFileAside();

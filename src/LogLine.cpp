@@ -36,11 +36,16 @@ SLevelStyle StyleOf(int level)
     }
 }
 
-/// Milliseconds into the second, truncated. In extended precision, so that the result is the same on every processor.
+/// Milliseconds into the second, truncated. In extended precision, so that they are the same on every processor.
 unsigned int MillisecondsOf(double seconds)
 {
-    const long double fraction = static_cast<long double>(seconds) - static_cast<long double>(std::floor(seconds));
-    return fraction >= 0 ? static_cast<unsigned int>(fraction * 1000) : 0; // 0 if not a number
+    const long double milliseconds =
+        (static_cast<long double>(seconds) - std::floor(static_cast<long double>(seconds))) * 1000;
+    if (std::isnan(milliseconds)) {
+        return 0;
+    }
+    // So close to a full second below zero that the difference was rounded up to a whole one.
+    return milliseconds < 1000 ? static_cast<unsigned int>(milliseconds) : 999;
 }
 
 } // namespace
