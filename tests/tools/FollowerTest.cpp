@@ -5,12 +5,41 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <fstream>
+#include <functional>
 
 using namespace Quarn::Logging;
 using namespace Quarn::Logging::Dump;
 using namespace QuarnTest;
+
+namespace {
+
+/// Runs after each read at a place, with the number of such reads: a writer that works between the copies.
+std::function<void(int)> g_AfterRead;
+int g_Reads = 0;
+
+} // namespace
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's
+extern "C" {
+
+ssize_t __real_pread64(int fd, void* target, size_t bytes, off64_t offset);
+
+ssize_t __wrap_pread64(int fd, void* target, size_t bytes, off64_t offset)
+{
+    const ssize_t got = __real_pread64(fd, target, bytes, offset);
+    ++g_Reads;
+    if (g_AfterRead) {
+        g_AfterRead(g_Reads);
+    }
+    return got;
+}
+
+} // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
@@ -23,7 +52,11 @@ protected:
         , m_Output(m_pStream, JsonStyle())
     {
     }
-    ~FollowerTest() override { std::fclose(m_pStream); }
+    ~FollowerTest() override
+    {
+        std::fclose(m_pStream);
+        g_AfterRead = nullptr;
+    }
 
     static SOutputStyle JsonStyle()
     {
@@ -114,6 +147,51 @@ TEST_F(FollowerTest, RecordWhoseMarkersAreGoneIsCountedAsOverwritten)
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "quarn-logdump: 1 records were overwritten before they could be read\n");
     EXPECT_THAT(Printed(), testing::AllOf(testing::HasSubstr("intact"), testing::Not(testing::HasSubstr("run into"))));
+}
+
+TEST_F(FollowerTest, RecordThatChangesBetweenTheTwoCopiesIsNotPrinted)
+{
+    Image image;
+    image.Write(L"to be overwritten");
+    image.Write(L"intact");
+    Create(image);
+    InputFile input(m_Dir.File("region"));
+    Follower follower(input, 0, m_Filter, m_Output);
+    g_Reads = 0;
+    g_AfterRead = [&](int reads) {
+        if (reads == 2) { // the header and the first copy
+            image.m_Block.SetRecord(0, 0, 0);
+            Save(image);
+        }
+    };
+
+    follower.Poll();
+
+    EXPECT_EQ(g_Reads, 3);
+    EXPECT_THAT(Printed(),
+                testing::AllOf(testing::HasSubstr("\"intact\""), testing::Not(testing::HasSubstr("to be over"))));
+}
+
+TEST_F(FollowerTest, RecordThatIsWrittenDuringTheCopiesWaits)
+{
+    Image image;
+    image.Write(L"before");
+    Create(image);
+    InputFile input(m_Dir.File("region"));
+    Follower follower(input, 0, m_Filter, m_Output);
+    g_Reads = 0;
+    g_AfterRead = [&](int reads) {
+        if (reads == 1) { // the header
+            image.Write(L"meanwhile");
+            Save(image);
+        }
+    };
+    follower.Poll();
+    EXPECT_THAT(Printed(), testing::Not(testing::HasSubstr("meanwhile")));
+
+    follower.Poll();
+
+    EXPECT_THAT(Printed(), testing::HasSubstr("meanwhile"));
 }
 
 TEST_F(FollowerTest, FilterAppliesToWhatIsNew)

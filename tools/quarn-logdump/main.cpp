@@ -98,13 +98,6 @@ private:
 
     int Follow()
     {
-        // Taken by sigtimedwait() alone, so that a line is never cut short.
-        sigset_t signals;
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGINT);
-        sigaddset(&signals, SIGTERM);
-        sigprocmask(SIG_BLOCK, &signals, nullptr);
-
         std::uint64_t offset = 0;
         bool found = false;
         ImageScanner(m_Input).ForEachQueue(
@@ -116,6 +109,12 @@ private:
         if (!found) {
             return EndOf(false);
         }
+        // Taken by sigtimedwait() alone, so that a line is never cut short.
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGINT);
+        sigaddset(&signals, SIGTERM);
+        sigprocmask(SIG_BLOCK, &signals, nullptr);
         Follower follower(m_Input, offset, m_Arguments.filter, m_Output);
         while (follower.Poll() && m_Output.Flush() && !IsOver(signals)) {
         }
