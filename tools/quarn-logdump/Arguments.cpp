@@ -6,7 +6,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <map>
+#include <system_error>
 
 namespace Quarn::Logging::Dump {
 
@@ -22,9 +24,11 @@ void AddLevel(CLI::App& app, RecordFilter& filter)
             {"debug", LEVEL_DEBUG}, {"info", LEVEL_INFO}, {"warning", LEVEL_WARNING}, {"error", LEVEL_ERROR}};
         const auto name = NAMES.find(text);
         int number = 0;
+        const char* const end = text.data() + text.size();
+        const std::from_chars_result parsed = std::from_chars(text.data(), end, number);
         if (name != NAMES.end()) {
             number = name->second;
-        } else if (!CLI::detail::lexical_cast(text, number)) {
+        } else if (parsed.ec != std::errc() || parsed.ptr != end) {
             throw CLI::ValidationError("--level", "neither debug, info, warning, error nor a number: " + text);
         }
         filter.level = number;

@@ -2,11 +2,11 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
-#include <regex>
+#include <string_view>
 
 namespace Quarn::Logging::Dump {
 
@@ -83,52 +83,131 @@ std::optional<std::int64_t> LocalSeconds(const SCalendar& time)
     return seconds;
 }
 
-int ToInt(const std::ssub_match& digits) { return digits.matched ? std::atoi(digits.str().c_str()) : 0; }
-
-/// Seconds that a zone such as "+01:30" is ahead of UTC.
-int ZoneOffset(const std::string& zone)
+/// Takes a text apart from its front. What does not fit is left in place.
+class Cursor
 {
-    if (zone == "Z") {
-        return 0;
+public:
+    explicit Cursor(std::string_view text)
+        : m_Rest(text)
+    {
     }
-    const int hours = std::atoi(zone.substr(1, 2).c_str());
-    const int minutes = std::atoi(zone.substr(zone.size() - 2).c_str());
-    return (zone[0] == '-' ? -60 : 60) * (hours * 60 + minutes);
+
+    bool AtEnd() const { return m_Rest.empty(); }
+
+    /// Takes one character if it is one of some; 0 if not.
+    char Take(std::string_view oneOf)
+    {
+        if (AtEnd() || oneOf.find(m_Rest.front()) == std::string_view::npos) {
+            return '\0';
+        }
+        const char taken = m_Rest.front();
+        m_Rest.remove_prefix(1);
+        return taken;
+    }
+
+    /// Takes as many digits as there are, up to most.
+    std::string_view TakeDigits(std::size_t most)
+    {
+        const std::size_t count = std::min(m_Rest.find_first_not_of("0123456789"), std::min(m_Rest.size(), most));
+        const std::string_view digits = m_Rest.substr(0, count);
+        m_Rest.remove_prefix(count);
+        return digits;
+    }
+
+    /// Takes a number of so many digits.
+    bool TakeNumber(std::size_t digits, int& number)
+    {
+        const std::string_view taken = TakeDigits(digits);
+        number = 0;
+        for (const char digit : taken) {
+            number = number * 10 + (digit - '0');
+        }
+        return taken.size() == digits;
+    }
+
+private:
+    std::string_view m_Rest;
+};
+
+bool TakeDate(Cursor& cursor, SCalendar& time)
+{
+    return cursor.TakeNumber(4, time.year) && cursor.Take("-.") && cursor.TakeNumber(2, time.month) &&
+           cursor.Take("-.") && cursor.TakeNumber(2, time.day);
 }
 
-std::optional<std::int64_t> ParseCalendar(const std::smatch& parts)
+bool TakeTimeOfDay(Cursor& cursor, SCalendar& time)
 {
-    const std::string fraction = parts[7].str() + "000";
-    const SCalendar time = {ToInt(parts[1]),
-                            ToInt(parts[2]),
-                            ToInt(parts[3]),
-                            ToInt(parts[4]),
-                            ToInt(parts[5]),
-                            ToInt(parts[6]),
-                            std::atoi(fraction.substr(0, 3).c_str())};
-    if (!IsValid(time)) {
+    if (!cursor.TakeNumber(2, time.hour) || !cursor.Take(":") || !cursor.TakeNumber(2, time.minute)) {
+        return false;
+    }
+    if (!cursor.Take(":")) {
+        return true;
+    }
+    if (!cursor.TakeNumber(2, time.second)) {
+        return false;
+    }
+    if (!cursor.Take(".,")) {
+        return true;
+    }
+    const std::string fraction(cursor.TakeDigits(9));
+    time.milliseconds = std::atoi((fraction + "000").substr(0, 3).c_str());
+    return !fraction.empty();
+}
+
+/// Seconds that the zone at the end of a text is ahead of UTC.
+bool TakeZone(Cursor& cursor, int& seconds)
+{
+    cursor.Take(" ");
+    if (cursor.Take("Z")) {
+        seconds = 0;
+        return cursor.AtEnd();
+    }
+    int hours = 0;
+    int minutes = 0;
+    const char sign = cursor.Take("+-");
+    if (sign == '\0' || !cursor.TakeNumber(2, hours)) {
+        return false;
+    }
+    cursor.Take(":");
+    const bool complete = cursor.TakeNumber(2, minutes) && cursor.AtEnd();
+    seconds = (sign == '-' ? -60 : 60) * (hours * 60 + minutes);
+    return complete;
+}
+
+std::optional<std::int64_t> ParseCalendar(const std::string& text)
+{
+    Cursor cursor(text);
+    SCalendar time{};
+    if (!TakeDate(cursor, time) || (cursor.Take(" T-") && !TakeTimeOfDay(cursor, time)) || !IsValid(time)) {
         return std::nullopt;
     }
-    const std::string zone = parts[8].str();
-    const std::optional<std::int64_t> seconds = zone.empty() ? LocalSeconds(time) : UtcSeconds(time) - ZoneOffset(zone);
+    std::optional<std::int64_t> seconds;
+    int zone = 0;
+    if (cursor.AtEnd()) {
+        seconds = LocalSeconds(time);
+    } else if (TakeZone(cursor, zone)) {
+        seconds = UtcSeconds(time) - zone;
+    }
     return seconds ? std::optional<std::int64_t>(*seconds * 1000 + time.milliseconds) : std::nullopt;
+}
+
+/// Seconds since the epoch, with or without a fraction.
+std::optional<std::int64_t> ParseSeconds(const std::string& text)
+{
+    Cursor cursor(text);
+    cursor.Take("-");
+    if (cursor.TakeDigits(12).empty() || (cursor.Take(".") && cursor.TakeDigits(9).empty()) || !cursor.AtEnd()) {
+        return std::nullopt;
+    }
+    return MillisecondsOf(std::strtod(text.c_str(), nullptr));
 }
 
 } // namespace
 
 std::optional<std::int64_t> ParseTime(const std::string& text)
 {
-    static const std::regex SECONDS(R"(-?\d{1,12}(\.\d{1,9})?)");
-    static const std::regex CALENDAR(R"((\d{4})[-.](\d\d)[-.](\d\d)(?:[ T-](\d\d):(\d\d)(?::(\d\d)(?:[.,](\d{1,9}))?)?)"
-                                     R"( ?(Z|[-+]\d\d:?\d\d)?)?)");
-    std::smatch parts;
-    if (text.size() > 64) {
-        return std::nullopt;
-    }
-    if (std::regex_match(text, SECONDS)) {
-        return MillisecondsOf(std::strtod(text.c_str(), nullptr));
-    }
-    return std::regex_match(text, parts, CALENDAR) ? ParseCalendar(parts) : std::nullopt;
+    const std::optional<std::int64_t> time = ParseCalendar(text);
+    return time ? time : ParseSeconds(text);
 }
 
 std::optional<std::int64_t> MillisecondsOf(double wallTime)
