@@ -87,11 +87,6 @@ void CQLogQueue::Initialise(std::uint32_t capacity)
     m_Sequence = 0;
 }
 
-bool CQLogQueue::HoldsQueue() const
-{
-    return m_TotalSize == TOTAL_SIZE && m_Magic1 == MAGIC1 && m_Magic2 == MAGIC2 && m_Capacity == MAX_CAPACITY;
-}
-
 /// The oldest record of a ring stands where the sequence numbers break for the last time in address order. All whole
 /// records count, delivered or not: what was delivered may not have reached anyone.
 void CQLogQueue::AdoptPreviousRun()

@@ -72,7 +72,7 @@ public:
         const std::uint32_t scanEnd = Capacity() - std::uint32_t{offsetof(SLogRecord, level)};
         for (std::uint32_t position = 0; position < scanEnd; position += SLogRecord::ALIGNMENT) {
             const SLogRecord& record = *RecordAt(position);
-            if (record.beginMarker == SLogRecord::BEGIN_MARKER && record.endMarker == SLogRecord::END_MARKER) {
+            if (record.IsWhole()) {
                 visitor(position, record);
             }
         }
@@ -93,7 +93,6 @@ public:
 
 private:
     void Initialise(std::uint32_t capacity);
-    [[nodiscard]] bool HoldsQueue() const;
     void AdoptPreviousRun();
     void PutPositionsRight();
 

@@ -35,6 +35,12 @@ struct SLogQueueHeader
     std::uint32_t m_Dropped;   ///< Messages dropped for want of space.
     std::uint32_t m_Sequence;  ///< Sequence number of the next record.
     double m_StartTime;        ///< Seconds since the epoch at which the monotonic clock read zero.
+
+    /// Whether this is the header of a queue that fills its block, as a previous run or another program left it.
+    bool HoldsQueue() const
+    {
+        return m_TotalSize == TOTAL_SIZE && m_Magic1 == MAGIC1 && m_Magic2 == MAGIC2 && m_Capacity == MAX_CAPACITY;
+    }
 };
 
 static_assert(offsetof(SLogQueueHeader, m_Magic1) == 32);
@@ -80,11 +86,17 @@ struct SLogRecord
         return (fileLength + 4 * textLength + 57 + (ALIGNMENT - 1)) / ALIGNMENT * ALIGNMENT;
     }
 
+    /// The record in front of a text that CQLogQueue::ReadMessage() handed over.
+    static const SLogRecord& OfText(const wchar_t* text) { return reinterpret_cast<const SLogRecord*>(text)[-1]; }
+
     unsigned char* Text() { return reinterpret_cast<unsigned char*>(this + 1); }
     const unsigned char* Text() const { return reinterpret_cast<const unsigned char*>(this + 1); }
 
     /// Offset of the file name from the text.
     static constexpr std::uint64_t FileOffset(std::uint64_t textLength) { return 4 * (textLength + 1); }
+
+    /// Whether both markers are there, which a writer sets last and takes away first.
+    bool IsWhole() const { return beginMarker == BEGIN_MARKER && endMarker == END_MARKER; }
 
     double Time() const
     {
