@@ -181,7 +181,7 @@ public:
         // The mark before the clock: read after it, a mark that another thread has set meanwhile might lie in the
         // future.
         std::uint32_t last = m_Last.load(std::memory_order_acquire);
-        timespec time;
+        timespec time = {};
         clock_gettime(CLOCK_MONOTONIC, &time);
         const std::uint32_t now =
             static_cast<std::uint32_t>(time.tv_sec) * 1000 + static_cast<std::uint32_t>(time.tv_nsec / 1000000);
