@@ -79,6 +79,7 @@ void LogCharactersAndStrings(char c, wchar_t w, const std::string& s, const std:
     QUARN_INFO(1, L"%ls %S %ls %ls", L"literal", L"literal", wideArray, ws.c_str());
     QUARN_INFO(1, L"%-10s|%10ls|%.3s|%-*.*ls|", "a", L"b", "c", 5, 2, L"d");
     QUARN_INFO(1, L"%s", __func__);
+    QUARN_INFO(1, L"%d %x %d", w, w, c);
 }
 
 void LogFloatingPoint(float f, double d, long double ld)
@@ -216,8 +217,14 @@ static_assert(Divide(6, 3) == 2, "a function that logs stays constant where it d
 int DivideAtRunTime(int dividend, int divisor) { return Divide(dividend, divisor); }
 #endif
 
+int g_LoggedWhileInitialising = [] {
+    QUARN_INFO(1, L"text %d", 1);
+    return 1;
+}();
+
 struct SMember
 {
+    ~SMember() { QUARN_INFO(1, L"%p", static_cast<void*>(this)); }
     int number = LogInline(1);
     void Log() const
     {
