@@ -304,7 +304,8 @@ constexpr SVerdict Check(const wchar_t* format)
 }
 
 /// Compiles for Fault::None only, and otherwise shows what is wrong. Argument, in the compiler's message, is the number
-/// of the argument behind the format at which the check came to a stop. CallSite makes each wrong call a type of its own: none hides behind another.
+/// of the argument behind the format at which the check came to a stop. CallSite makes each wrong call a type of its
+/// own: none hides behind another.
 template <Fault F, std::size_t Argument, class CallSite>
 struct Explain
 {
