@@ -256,20 +256,12 @@ private:
 
     static constexpr Rank RankOfLength(Length length)
     {
-        switch (length) {
-        case Length::l:
-            return Rank::Long;
-        case Length::ll:
-            return Rank::LongLong;
-        case Length::j:
-            return RankOf<std::intmax_t>();
-        case Length::z:
-            return RankOf<std::size_t>();
-        case Length::t:
-            return RankOf<std::ptrdiff_t>();
-        default:
-            return Rank::Int;
-        }
+        return length == Length::l    ? Rank::Long
+               : length == Length::ll ? Rank::LongLong
+               : length == Length::j  ? RankOf<std::intmax_t>()
+               : length == Length::z  ? RankOf<std::size_t>()
+               : length == Length::t  ? RankOf<std::ptrdiff_t>()
+                                      : Rank::Int;
     }
 
     static constexpr Fault CheckInteger(const SArgument& argument, wchar_t conversion, Length length)
