@@ -24,6 +24,8 @@ TEST_PACKAGES=(
     clang        # the second compiler
     clang-format # layout
     clang-tidy   # static checks
+    binutils     # objdump, for the instructions of log calls
+    lnav         # the log viewer, for its format definition; without it those tests are skipped
 )
 
 # The same for 32-bit x86. ACE comes from scripts/i386-sysroot.

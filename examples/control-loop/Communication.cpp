@@ -36,10 +36,10 @@ private:
 /// More than the queue holds, before the dispatcher comes to read: the rest is counted and reported as dropped.
 void ReceiveBurst(SMachine& machine)
 {
-    LOG_WARNING(CATEGORY_BUS, L"burst of %u telegrams while the log is not written", machine.settings.burst);
+    QUARN_WARNING(CATEGORY_BUS, L"burst of %u telegrams while the log is not written", machine.settings.burst);
     const std::unique_lock<std::mutex> hold = machine.log.HoldOutput();
     for (unsigned int number = 1; number <= machine.settings.burst; ++number) {
-        LOG_DEBUG(CATEGORY_BUS, L"telegram %u: %ls", number, Telegram(number).Text());
+        QUARN_DEBUG(CATEGORY_BUS, L"telegram %u: %ls", number, Telegram(number).Text());
     }
 }
 
@@ -50,20 +50,20 @@ void RunCommunication(SMachine& machine)
     const SSettings& settings = machine.settings;
     const unsigned int cycles = settings.milliseconds / PERIOD;
     Periodic periodic(PERIOD, settings.paced);
-    LOG_INFO(CATEGORY_BUS, L"bus up");
+    QUARN_INFO(CATEGORY_BUS, L"bus up");
     for (unsigned int cycle = 0; cycle < cycles && !machine.stop; ++cycle) {
         if (cycle == cycles / 2 && !settings.laterOptions.empty()) {
             // As if an operator had sent it: this thread hands it on, the dispatcher applies it.
-            LOG_INFO(CATEGORY_BUS, L"new log options: %ls", settings.laterOptions.c_str());
+            QUARN_INFO(CATEGORY_BUS, L"new log options: %ls", settings.laterOptions.c_str());
             machine.log.ApplyOptions(settings.laterOptions);
         }
         if (cycle == cycles * 3 / 4 && settings.scenario == EScenario::OVERLOAD) {
             ReceiveBurst(machine);
         }
         if (cycle % REPORT_EVERY == REPORT_EVERY - 1) {
-            LOG_DEBUG(CATEGORY_BUS, L"position %.1f mm sent", static_cast<double>(machine.position) * 1000);
+            QUARN_DEBUG(CATEGORY_BUS, L"position %.1f mm sent", static_cast<double>(machine.position) * 1000);
         }
         periodic.WaitForNextCycle();
     }
-    LOG_INFO(CATEGORY_BUS, L"bus down");
+    QUARN_INFO(CATEGORY_BUS, L"bus down");
 }

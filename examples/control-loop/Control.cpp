@@ -43,7 +43,7 @@ void Controller::Step(unsigned int cycle, bool powerOff)
         m_Axis.Advance(PERIOD * 0.001, 0);
         if (!m_PowerOffReported) {
             m_PowerOffReported = true;
-            LOG_ERROR(CATEGORY_CONTROL, L"move %u given up at %.1f mm: no power", m_Moves, m_Axis.Position() * 1000);
+            QUARN_ERROR(CATEGORY_CONTROL, L"move %u given up at %.1f mm: no power", m_Moves, m_Axis.Position() * 1000);
         }
         return;
     }
@@ -57,8 +57,8 @@ void Controller::Step(unsigned int cycle, bool powerOff)
     m_Axis.Advance(PERIOD * 0.001, force);
     CheckFollowingError(setpoint.position - m_Axis.Position());
     if (cycle % TRACE_EVERY == 0) {
-        LOG_DEBUG(CATEGORY_CONTROL, L"cycle %u: %.2f mm, %.3f m/s, %.1f N", cycle, m_Axis.Position() * 1000,
-                  m_Axis.Velocity(), force);
+        QUARN_DEBUG(CATEGORY_CONTROL, L"cycle %u: %.2f mm, %.3f m/s, %.1f N", cycle, m_Axis.Position() * 1000,
+                    m_Axis.Velocity(), force);
     }
     if (cycleOfMove == MOVE_EVERY - 1) {
         EndMove();
@@ -72,14 +72,14 @@ void Controller::BeginMove()
     ++m_Moves;
     m_LargestError = 0;
     m_LagReported = false;
-    LOG_INFO(CATEGORY_CONTROL, L"move %u: %.0f mm to %.0f mm in %.1f s", m_Moves, m_Move.start * 1000,
-             m_Move.end * 1000, m_Move.duration);
+    QUARN_INFO(CATEGORY_CONTROL, L"move %u: %.0f mm to %.0f mm in %.1f s", m_Moves, m_Move.start * 1000,
+               m_Move.end * 1000, m_Move.duration);
 }
 
 void Controller::EndMove() const
 {
-    LOG_INFO(CATEGORY_CONTROL, L"move %u done at %.2f mm, largest following error %.2f mm", m_Moves,
-             m_Axis.Position() * 1000, m_LargestError * 1000);
+    QUARN_INFO(CATEGORY_CONTROL, L"move %u done at %.2f mm, largest following error %.2f mm", m_Moves,
+               m_Axis.Position() * 1000, m_LargestError * 1000);
 }
 
 /// Once in a move: a condition that lasts must not write a line in each of a thousand cycles a second.
@@ -88,7 +88,7 @@ void Controller::CheckFollowingError(double error)
     m_LargestError = std::max(m_LargestError, std::fabs(error));
     if (m_LargestError > MAX_FOLLOWING_ERROR && !m_LagReported) {
         m_LagReported = true;
-        LOG_WARNING(CATEGORY_CONTROL, L"axis lags behind by more than %.1f mm", MAX_FOLLOWING_ERROR * 1000);
+        QUARN_WARNING(CATEGORY_CONTROL, L"axis lags behind by more than %.1f mm", MAX_FOLLOWING_ERROR * 1000);
     }
 }
 
@@ -110,5 +110,5 @@ void RunControl(SMachine& machine)
         periodic.WaitForNextCycle();
         latest = std::max(latest, periodic.LateMilliseconds());
     }
-    LOG_INFO(CATEGORY_CONTROL, L"control ends; the latest of %u cycles began %.2f ms late", cycles, latest);
+    QUARN_INFO(CATEGORY_CONTROL, L"control ends; the latest of %u cycles began %.2f ms late", cycles, latest);
 }

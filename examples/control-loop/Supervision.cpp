@@ -19,15 +19,15 @@ void RunSupervision(SMachine& machine)
     for (unsigned int cycle = 0; cycle < cycles && !machine.stop; ++cycle) {
         const double temperature = static_cast<double>(machine.motorTemperature.load());
         if (cycle % TRACE_EVERY == 0) {
-            LOG_DEBUG(CATEGORY_THERMAL, L"motor at %.1f C", temperature);
+            QUARN_DEBUG(CATEGORY_THERMAL, L"motor at %.1f C", temperature);
         }
         if (temperature > WARM && !warned) {
             warned = true;
-            LOG_WARNING(CATEGORY_THERMAL, L"motor warm: %.1f C", temperature);
+            QUARN_WARNING(CATEGORY_THERMAL, L"motor warm: %.1f C", temperature);
         }
         if (temperature > HOT && !machine.powerOff) {
             machine.powerOff = true;
-            LOG_ERROR(CATEGORY_THERMAL, L"motor too hot: %.1f C, power switched off", temperature);
+            QUARN_ERROR(CATEGORY_THERMAL, L"motor too hot: %.1f C, power switched off", temperature);
         }
         periodic.WaitForNextCycle();
     }

@@ -2,12 +2,14 @@
 #include "Log.h"
 #include "LogDispatcher.h"
 #include "Machine.h"
+#include "SentCounter.h"
 #include "Settings.h"
 
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
 
+#include <atomic>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -28,7 +30,7 @@ std::thread StartThread(void (*run)(SMachine&), SMachine& machine, int priority)
     if (machine.settings.realTime) {
         const sched_param parameters = {priority};
         if (pthread_setschedparam(thread.native_handle(), SCHED_FIFO, &parameters) != 0) {
-            LOG_WARNING(CATEGORY_MACHINE, L"no privilege for real-time priority %d", priority);
+            QUARN_WARNING(CATEGORY_MACHINE, L"no privilege for real-time priority %d", priority);
         }
     }
     return thread;
@@ -36,10 +38,10 @@ std::thread StartThread(void (*run)(SMachine&), SMachine& machine, int priority)
 
 void RunMachine(SMachine& machine)
 {
-    LOG_INFO(CATEGORY_MACHINE, L"start: %u ms, scenario %s", machine.settings.milliseconds,
-             machine.settings.scenarioName.c_str());
+    QUARN_INFO(CATEGORY_MACHINE, L"start: %u ms, scenario %s", machine.settings.milliseconds,
+               machine.settings.scenarioName.c_str());
     if (machine.settings.realTime && mlockall(MCL_CURRENT | MCL_FUTURE) != 0) {
-        LOG_WARNING(CATEGORY_MACHINE, L"no privilege to lock memory");
+        QUARN_WARNING(CATEGORY_MACHINE, L"no privilege to lock memory");
     }
     std::thread control = StartThread(RunControl, machine, 80);
     std::thread supervision = StartThread(RunSupervision, machine, 60);
@@ -47,7 +49,7 @@ void RunMachine(SMachine& machine)
     communication.join();
     supervision.join();
     control.join();
-    LOG_INFO(CATEGORY_MACHINE, L"end");
+    QUARN_INFO(CATEGORY_MACHINE, L"end");
 }
 
 } // namespace
@@ -61,6 +63,7 @@ int main(int count, char** arguments)
     }
     std::setlocale(LC_ALL, ""); // the encoding in which lines are written
 
+    SentCounter sentCounter;
     DropCounter dropCounter;
     {
         LogDispatcher log(settings.options);
@@ -73,6 +76,6 @@ int main(int count, char** arguments)
         std::signal(SIGTERM, SIG_DFL);
         log.Stop();
     }
-    std::printf("control-loop: %u messages sent, %u dropped\n", g_MessagesSent.load(), dropCounter.Dropped());
+    std::printf("control-loop: %u messages sent, %u dropped\n", sentCounter.Sent(), dropCounter.Dropped());
     return 0;
 }

@@ -7,9 +7,10 @@
 
 #if __cplusplus >= 201703L
 
+#include <QuarnLogging/FormatArgument.h>
+
 #include <cstddef>
 #include <cstdint>
-#include <cwchar>
 #include <type_traits>
 
 namespace Quarn {
@@ -26,6 +27,7 @@ enum class Fault {
     LengthModifier,
     Flag,
     Precision,
+    NumberTooLarge,
     TooFewArguments,
     TooManyArguments,
     WidthOrPrecisionArgument,
@@ -38,91 +40,17 @@ enum class Fault {
     WideStringArgument,
     PointerArgument,
     FloatingPointArgument,
-    LongDoubleArgument
+    LongDoubleArgument,
+    ScopedEnumerationArgument,
+    ClassArgument
 };
 
-/// A fault, and the number of the argument behind the format, from 1, at which it was found.
+/// A fault, and the number of arguments behind the format that were taken when it was found, the faulty one included.
 struct SVerdict
 {
     Fault fault;
     std::size_t argument;
 };
-
-/// What is known of an argument: how it arrives behind the dots of a variadic function.
-enum class Kind { Integer, Character, WideCharacter, String, WideString, Pointer, FloatingPoint, LongDouble, Other };
-
-/// The integer types that a length modifier tells apart, by rank. Two of them may have the same size.
-enum class Rank { Int, Long, LongLong, None };
-
-struct SArgument
-{
-    Kind kind;
-    Rank rank;       ///< Of an integer or character, promoted.
-    bool isSigned;   ///< Of an integer: takes negative values when promoted.
-    bool isUnsigned; ///< Of an integer: never was negative. Both hold for a promoted unsigned char.
-};
-
-template <class Promoted>
-constexpr Rank RankOf()
-{
-    using Signed = std::make_signed_t<Promoted>;
-    return std::is_same_v<Signed, int>         ? Rank::Int
-           : std::is_same_v<Signed, long>      ? Rank::Long
-           : std::is_same_v<Signed, long long> ? Rank::LongLong
-                                               : Rank::None;
-}
-
-template <class T>
-constexpr SArgument DescribeInteger()
-{
-    using Promoted = decltype(+T{});
-    constexpr Kind KIND = std::is_same_v<T, wchar_t> || std::is_same_v<T, std::wint_t> ? Kind::WideCharacter
-                          : sizeof(T) == 1                                             ? Kind::Character
-                                                                                       : Kind::Integer;
-    return {KIND, RankOf<Promoted>(), std::is_signed_v<Promoted>, !std::is_signed_v<T>};
-}
-
-template <class T>
-constexpr SArgument DescribePointer()
-{
-    using Target = std::remove_cv_t<std::remove_pointer_t<T>>;
-    return {std::is_same_v<Target, char>      ? Kind::String
-            : std::is_same_v<Target, wchar_t> ? Kind::WideString
-            : std::is_function_v<Target>      ? Kind::Other
-                                              : Kind::Pointer,
-            Rank::None, false, false};
-}
-
-/// Describes an argument by its type, arrays and functions already turned into pointers.
-template <class T>
-constexpr SArgument Describe()
-{
-    if constexpr (std::is_same_v<T, bool>) {
-        return {Kind::Integer, Rank::Int, true, true};
-    } else if constexpr (std::is_integral_v<T>) {
-        return DescribeInteger<T>();
-    } else if constexpr (std::is_enum_v<T> && std::is_convertible_v<T, long long>) {
-        return DescribeInteger<std::underlying_type_t<T>>();
-    } else if constexpr (std::is_pointer_v<T>) {
-        return DescribePointer<T>();
-    } else if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) {
-        return {Kind::FloatingPoint, Rank::None, false, false};
-    } else if constexpr (std::is_same_v<T, long double>) {
-        return {Kind::LongDouble, Rank::None, false, false};
-    } else {
-        return {Kind::Other, Rank::None, false, false};
-    }
-}
-
-/// The arguments of a log call, the format left out.
-template <class... Arguments>
-struct TypeList
-{
-};
-
-/// Never defined: only its type is used, so that no argument is evaluated.
-template <class... Arguments>
-TypeList<std::decay_t<Arguments>...> TypesBehind(const wchar_t* format, const Arguments&...);
 
 /// Length modifiers, as they are written.
 enum class Length { None, hh, h, l, ll, j, z, t, L };
@@ -178,23 +106,24 @@ private:
         return m_Used <= Count ? &m_pArguments[m_Used - 1] : nullptr;
     }
 
-    constexpr bool TakeDigits()
+    /// The number that stands here, or one that is too large; 0 if there is none.
+    constexpr unsigned int TakeDigits()
     {
-        bool any = false;
+        unsigned int number = 0;
         for (; *m_pNext >= L'0' && *m_pNext <= L'9'; ++m_pNext) {
-            any = true;
+            number = number > MAX_NUMBER ? number : 10 * number + static_cast<unsigned int>(*m_pNext - L'0');
         }
-        return any;
+        return number;
     }
 
     /// A width or precision: digits, or a "*" with an int of its own.
     constexpr Fault TakeNumber()
     {
         if (!Take(L'*')) {
-            TakeDigits();
-            return *m_pNext == L'$' ? Fault::NumberedArgument : Fault::None;
+            const unsigned int number = TakeDigits();
+            return *m_pNext == L'$' ? Fault::NumberedArgument : Expect(number <= MAX_NUMBER, Fault::NumberTooLarge);
         }
-        if (TakeDigits()) {
+        if (TakeDigits() != 0) {
             return Fault::NumberedArgument;
         }
         const SArgument* const argument = NextArgument();
@@ -227,10 +156,9 @@ private:
             return Fault::None;
         }
         const wchar_t* const flags = m_pNext;
-        while (IsOneOf(*m_pNext, L"-+ #0'")) {
+        while (IsOneOf(*m_pNext, FLAGS)) {
             ++m_pNext;
         }
-        const wchar_t* const flagsEnd = m_pNext;
         Fault fault = TakeNumber();
         bool hasPrecision = false;
         if (fault == Fault::None && Take(L'.')) {
@@ -246,15 +174,14 @@ private:
             return Fault::IncompleteConversion;
         }
         ++m_pNext;
-        fault = CheckSyntax(conversion, length, flags, flagsEnd, hasPrecision);
+        fault = CheckSyntax(conversion, length, flags, hasPrecision);
         return fault != Fault::None || conversion == L'm' ? fault : CheckArgument(conversion, length);
     }
 
     static constexpr bool IsFloatingPoint(wchar_t conversion) { return IsOneOf(conversion, L"fFeEgGaA"); }
 
     /// What does not depend on the argument: that the parts of a conversion have a meaning together.
-    static constexpr Fault CheckSyntax(wchar_t conversion, Length length, const wchar_t* flags, const wchar_t* flagsEnd,
-                                       bool hasPrecision)
+    static constexpr Fault CheckSyntax(wchar_t conversion, Length length, const wchar_t* flags, bool hasPrecision)
     {
         if (conversion == L'n') {
             return Fault::CountConversion;
@@ -269,7 +196,7 @@ private:
         if (!lengthFits) {
             return Fault::LengthModifier;
         }
-        for (; flags != flagsEnd; ++flags) {
+        for (; IsOneOf(*flags, FLAGS); ++flags) {
             const wchar_t* const meaningful = *flags == L'#'    ? L"xXofFeEgGaA"
                                               : *flags == L'0'  ? L"diuxXofFeEgGaA"
                                               : *flags == L'\'' ? L"diufFgG"
@@ -287,6 +214,9 @@ private:
         const SArgument* const argument = NextArgument();
         if (argument == nullptr) {
             return Fault::TooFewArguments;
+        }
+        if (argument->kind == Kind::ScopedEnumeration || argument->kind == Kind::Class) {
+            return argument->kind == Kind::Class ? Fault::ClassArgument : Fault::ScopedEnumerationArgument;
         }
         const bool wide = length == Length::l;
         switch (conversion) {
@@ -326,27 +256,21 @@ private:
 
     static constexpr Rank RankOfLength(Length length)
     {
-        switch (length) {
-        case Length::l:
-            return Rank::Long;
-        case Length::ll:
-            return Rank::LongLong;
-        case Length::j:
-            return RankOf<std::intmax_t>();
-        case Length::z:
-            return RankOf<std::size_t>();
-        case Length::t:
-            return RankOf<std::ptrdiff_t>();
-        default:
-            return Rank::Int;
-        }
+        return length == Length::l    ? Rank::Long
+               : length == Length::ll ? Rank::LongLong
+               : length == Length::j  ? RankOf<std::intmax_t>()
+               : length == Length::z  ? RankOf<std::size_t>()
+               : length == Length::t  ? RankOf<std::ptrdiff_t>()
+                                      : Rank::Int;
     }
 
     static constexpr Fault CheckInteger(const SArgument& argument, wchar_t conversion, Length length)
     {
         const bool isInteger =
             argument.kind == Kind::Integer || argument.kind == Kind::Character || argument.kind == Kind::WideCharacter;
-        const bool fits = isInteger && argument.rank == RankOfLength(length);
+        // All that is shorter than an int arrives as one. "h" and "hh" cut it, so they are for what was that short.
+        const std::size_t bytes = length == Length::hh ? 1 : length == Length::h ? 2 : sizeof(std::intmax_t);
+        const bool fits = isInteger && argument.rank == RankOfLength(length) && argument.bytes <= bytes;
         if (conversion == L'd' || conversion == L'i') {
             return Expect(fits && argument.isSigned, Fault::SignedIntegerArgument);
         }
@@ -356,21 +280,25 @@ private:
         return Expect(fits, Fault::IntegerArgument); // hexadecimal and octal show bits, whatever the sign
     }
 
+    static constexpr const wchar_t* FLAGS = L"-+ #0'";
+    static constexpr unsigned int MAX_NUMBER = 999; ///< Wide characters of the longest text.
+
     const wchar_t* m_pNext;
     const SArgument* m_pArguments;
     std::size_t m_Used = 0;
 };
 
 template <class... Arguments>
-constexpr SVerdict Check(const wchar_t* format, TypeList<Arguments...>)
+constexpr SVerdict Check(const wchar_t* format)
 {
     constexpr SArgument ARGUMENTS[sizeof...(Arguments) + 1] = {Describe<Arguments>()...};
     return Checker<sizeof...(Arguments)>(format, ARGUMENTS).Check();
 }
 
-/// Instantiated with what Check() found: compiles for Fault::None only, and otherwise shows what is wrong. The second
-/// parameter, in the compiler's message, is the number of the argument behind the format.
-template <Fault F, std::size_t Argument>
+/// Compiles for Fault::None only, and otherwise shows what is wrong. Argument, in the compiler's message, is the number
+/// of the argument behind the format at which the check came to a stop. CallSite makes each wrong call a type of its
+/// own: none hides behind another.
+template <Fault F, std::size_t Argument, class CallSite>
 struct Explain
 {
     static_assert(F != Fault::UnknownConversion, "log format: unknown conversion");
@@ -380,15 +308,16 @@ struct Explain
     static_assert(F != Fault::LengthModifier, "log format: this length modifier does not go with the conversion");
     static_assert(F != Fault::Flag, "log format: this flag has no meaning for the conversion");
     static_assert(F != Fault::Precision, "log format: a precision has no meaning for the conversion");
+    static_assert(F != Fault::NumberTooLarge, "log format: width or precision above 999, the length of a text");
     static_assert(F != Fault::TooFewArguments, "log format: more conversions than arguments");
     static_assert(F != Fault::TooManyArguments, "log format: more arguments than conversions");
     static_assert(F != Fault::WidthOrPrecisionArgument, "log format: * needs an int argument");
     static_assert(F != Fault::SignedIntegerArgument,
-                  "log format: %d needs a signed integer of its length (%ld, %lld, %zd)");
+                  "log format: %d needs a signed integer of its length (%hhd, %hd, %d, %ld, %lld, %jd, %td)");
     static_assert(F != Fault::UnsignedIntegerArgument,
-                  "log format: %u needs an unsigned integer of its length (%lu, %zu)");
+                  "log format: %u needs an unsigned integer of its length (%hhu, %hu, %u, %lu, %llu, %ju, %zu)");
     static_assert(F != Fault::IntegerArgument,
-                  "log format: %x and %o need an integer of their length (%lx, %llx, %zx)");
+                  "log format: %x and %o need an integer of their length (%hhx, %hx, %x, %lx, %llx, %jx, %zx)");
     static_assert(F != Fault::CharacterArgument, "log format: %c needs a char; a wchar_t takes %lc");
     static_assert(F != Fault::WideCharacterArgument, "log format: %lc needs a wchar_t; a char takes %c");
     static_assert(F != Fault::StringArgument, "log format: %s needs a char pointer; a wchar_t pointer takes %ls");
@@ -396,8 +325,23 @@ struct Explain
     static_assert(F != Fault::PointerArgument, "log format: %p needs a pointer to an object");
     static_assert(F != Fault::FloatingPointArgument, "log format: %f, %e, %g and %a need a double or float");
     static_assert(F != Fault::LongDoubleArgument, "log format: %Lf needs a long double");
+    static_assert(F != Fault::ScopedEnumerationArgument, "log format: cast the enum class to an integer");
+    static_assert(F != Fault::ClassArgument, "log format: an object has no conversion; a string takes %s and c_str()");
     static constexpr bool OK = F == Fault::None;
 };
+
+/// Whether a call is right; does not compile if it is not. A CallSite is a lambda that returns the format.
+template <class CallSite, class... Arguments>
+constexpr bool IsRight(CallSite callSite)
+{
+    if constexpr (std::is_same_v<decltype(callSite()), const wchar_t*>) {
+        constexpr SVerdict VERDICT = Check<Arguments...>(callSite());
+        return Explain<VERDICT.fault, VERDICT.argument, CallSite>::OK;
+    } else {
+        static_assert(std::is_same_v<decltype(callSite()), const wchar_t*>, "log format: has to be wide, L\"...\"");
+        return false;
+    }
+}
 
 } // namespace FormatCheck
 } // namespace Logging
