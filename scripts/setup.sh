@@ -7,13 +7,17 @@
 #
 # The caller has set -euo pipefail and stands in the root of the source tree.
 
-# To build the library and the examples.
+# To build the library, its tools and the examples.
 # shellcheck disable=SC2034 # the lists are used by the scripts that source this file
 BUILD_PACKAGES=(
     cmake       # reads CMakeLists.txt and the presets
     ninja-build # runs the build
     g++         # the compiler
     libace-dev  # ACE: strings, containers and mutexes of the library
+    libcli11-dev        # arguments of quarn-logdump
+    nlohmann-json3-dev  # its JSON output
+    libdw-dev   # addresses to source lines, in the allocation feeder example
+    python3     # tools/allocation-table
 )
 
 # To build and run the tests, and to check the code.

@@ -20,7 +20,7 @@ bool ReadNumber(const std::string& text, unsigned int& number)
     char* rest = nullptr;
     const unsigned long value = std::strtoul(text.c_str(), &rest, 10);
     number = static_cast<unsigned int>(value);
-    return !text.empty() && *rest == '\0' && value <= 1000000;
+    return !text.empty() && *rest == '\0' && value <= 100000000;
 }
 
 bool ReadScenario(const std::string& name, SSettings& settings)
