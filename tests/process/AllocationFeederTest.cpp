@@ -22,14 +22,15 @@ TEST(AllocationFeederTest, ObjectOfTheMacroFormIsReportedWithFileAndLine)
     const SFinishedProcess sample = RunSample();
 
     EXPECT_EQ(sample.exitCode, 0);
-    EXPECT_THAT(sample.output, ContainsRegex("BlockSize of 8 bytes 1 times allocated\n.*"
-                                             "/leak\\.cpp@42 1 objects created - memory usage: 8 Bytes \n"));
+    EXPECT_THAT(sample.output,
+                ContainsRegex("BlockSize of 8 bytes 1 times allocated\n.*"
+                              ": allocation-feeder/leak\\.cpp@42 1 objects created - memory usage: 8 Bytes \n"));
 }
 
 TEST(AllocationFeederTest, ObjectOfPlainCodeIsReportedWithItsCaller)
 {
 #ifdef FEEDER_HAS_LIBDW
-    const std::string site = "/Curve\\.cpp@12";
+    const std::string site = ": allocation-feeder/Curve\\.cpp@12";
 #else
     const std::string site = "allocation-leak\\+0x[0-9a-f]+@0";
 #endif
@@ -45,7 +46,8 @@ TEST(AllocationFeederTest, ObjectOfInlinedLibraryCodeIsReportedWithTheCallingLin
 {
     const SFinishedProcess sample = RunSample();
 
-    EXPECT_THAT(sample.output, ContainsRegex("/leak\\.cpp@38 1 objects created - memory usage: 32 Bytes \n"));
+    EXPECT_THAT(sample.output,
+                ContainsRegex(": allocation-feeder/leak\\.cpp@38 1 objects created - memory usage: 32 Bytes \n"));
 }
 #endif
 
