@@ -99,6 +99,17 @@ TEST_F(CQApplicationTimeSetClockTest, SecondRequestSlewsASlowClock)
     EXPECT_EQ(plan.Calls(Service::ClockSettime), 0);
 }
 
+// A second one, taken after the correction, would leave the time between them out of the next frequency.
+TEST_F(CQApplicationTimeSetClockTest, SlewReadsTheSystemClockOnce)
+{
+    m_Time.SetClockTime(1700000000.0);
+    const FaultPlan plan;
+
+    m_Time.SetClockTime(1700000100.0);
+
+    EXPECT_EQ(plan.Calls(Service::ClockGettime), 1);
+}
+
 TEST_F(CQApplicationTimeSetClockTest, OffsetOfAFastClockIsALargePositiveNumber)
 {
     m_Time.SetClockTime(1700000000.0);
