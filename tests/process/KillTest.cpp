@@ -1,5 +1,6 @@
 #include "KillCounts.h"
 #include "QueueImage.h"
+#include "SeededRandom.h"
 #include "Subprocess.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +14,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <numeric>
-#include <random>
 
 using namespace QuarnTest;
 using testing::EndsWith;
@@ -66,10 +66,7 @@ protected:
         return rounds == nullptr ? DEFAULT_ROUNDS : std::atoi(rounds);
     }
     static bool IsVariable() { return std::string(GetParam().lengths) == "variable"; }
-    std::uint32_t Random(std::uint32_t least, std::uint32_t most)
-    {
-        return std::uniform_int_distribution<std::uint32_t>(least, most)(m_Random);
-    }
+    std::uint32_t Random(std::uint32_t least, std::uint32_t most) { return least + m_Random() % (most - least + 1); }
     std::uint32_t Returned() const
     {
         return std::accumulate(std::begin(m_pCounts->returned), std::end(m_pCounts->returned), 0U);
@@ -115,8 +112,7 @@ protected:
 
     TempDir m_Dir;
     SKillCounts* m_pCounts = nullptr;
-    std::uint32_t m_Seed = std::random_device()();
-    std::mt19937 m_Random{m_Seed};
+    SeededRandom m_Random;
 };
 
 /// The numbers of one thread's messages, in the order of the records.
@@ -220,7 +216,7 @@ void ExpectWhatTheNextStartShows(const QueueImage& memory, const SKillCounts& co
 
 TEST_P(KillTest, NextStartShowsEveryMessageWhoseCallReturned)
 {
-    SCOPED_TRACE("seed " + std::to_string(m_Seed));
+    SCOPED_TRACE("QUARN_TEST_SEED=" + std::to_string(m_Random.Seed()));
     const std::string images[] = {"", MakeImage(230), MakeImage(285), MakeImage(295)};
     const int rounds = Rounds();
     int wrapped = 0;
