@@ -162,13 +162,13 @@ std::vector<SImageRecord> InOrderOfWriting(std::vector<SImageRecord> records)
 
 bool HasWrapped(const QueueImage& before, const QueueImage& after)
 {
-    return after.Get(QueueImage::WRITE_POS) < before.Get(QueueImage::WRITE_POS);
+    return after.Get(QueueImage::WritePos) < before.Get(QueueImage::WritePos);
 }
 
 /// Whether the reader meets the wrap point where the writer left it: no record, of whatever lap, goes beyond.
 bool NothingLiesBehindTheWrapPoint(const QueueImage& memory, const std::vector<SImageRecord>& records)
 {
-    return records.empty() || records.back().offset < memory.Get(QueueImage::END_POS);
+    return records.empty() || records.back().offset < memory.Get(QueueImage::EndPos);
 }
 
 void ExpectDump(const std::string& output, const std::vector<SImageRecord>& records)
@@ -200,7 +200,7 @@ void ExpectWhatTheNextStartShows(const QueueImage& memory, const SKillCounts& co
 {
     const SFinishedProcess next = RunCommand(MEMORY_USER);
 
-    ASSERT_EQ(memory.Get(QueueImage::DROPPED), 0U);
+    ASSERT_EQ(memory.Get(QueueImage::Dropped), 0U);
     const std::vector<SImageRecord> whole = memory.WholeRecords();
     const std::vector<SImageRecord> written = InOrderOfWriting(whole);
     const std::vector<SImageRecord> dumped = memory.RecordsOfNextDump();
