@@ -2,16 +2,14 @@
 
 #include "AllocationInfoAccess.h"
 #include "LogCapture.h"
+#include "SeededRandom.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <map>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -222,9 +220,8 @@ private:
 class Driver
 {
 public:
-    explicit Driver(unsigned int seed)
-        : m_Random(seed)
-        , m_Memory(SLOTS * SLOT_SIZE)
+    Driver()
+        : m_Memory(SLOTS * SLOT_SIZE)
     {
         for (unsigned char& byte : m_Memory) {
             byte = static_cast<unsigned char>(Draw(256));
@@ -290,13 +287,14 @@ public:
         m_Messages += capture.m_Messages.size();
     }
 
+    std::uint32_t Seed() const { return m_Random.Seed(); }
     std::size_t Messages() const { return m_Messages; }
 
 private:
     static constexpr unsigned int SLOTS = 60;
     static constexpr unsigned int SLOT_SIZE = 48;
 
-    unsigned int Draw(unsigned int below) { return static_cast<unsigned int>(m_Random() % below); }
+    unsigned int Draw(unsigned int below) { return m_Random() % below; }
 
     /// Odd addresses, too: objects need not be aligned.
     void* Slot(unsigned int index) { return m_Memory.data() + std::size_t{index} * SLOT_SIZE + index % 3; }
@@ -347,29 +345,22 @@ private:
         return "select";
     }
 
-    std::mt19937 m_Random;
+    SeededRandom m_Random;
     std::vector<unsigned char> m_Memory;
     CQAllocationInfo m_Registry;
     AllocationModel m_Model;
     mutable std::size_t m_Messages = 0;
 };
 
-unsigned int Seed()
-{
-    const char* given = std::getenv("QUARN_TEST_SEED");
-    return given != nullptr ? static_cast<unsigned int>(std::strtoul(given, nullptr, 10)) : std::random_device{}();
-}
-
 TEST(AllocationModelTest, RandomOperationsLeaveTheRegistryLikeTheModel)
 {
-    const unsigned int seed = Seed();
-    std::cout << "QUARN_TEST_SEED=" << seed << std::endl;
-    Driver driver(seed);
+    Driver driver;
 
     for (int step = 0; step < 10000 && !::testing::Test::HasFailure(); ++step) {
         const std::string operation = driver.Step();
 
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step) + ": " + operation);
+        SCOPED_TRACE("QUARN_TEST_SEED=" + std::to_string(driver.Seed()) + ", step " + std::to_string(step) + ": " +
+                     operation);
         driver.Compare();
         if (step % 10 == 0) {
             driver.CompareReports();

@@ -1,13 +1,12 @@
 #include "CQLogQueue.h"
 #include "GuardedMemory.h"
 #include "QueueFixture.h"
-#include "TestSeed.h"
+#include "SeededRandom.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 
 using namespace Quarn::Logging;
 using namespace QuarnTest;
@@ -19,7 +18,7 @@ namespace {
 class QueueDamageTest : public testing::Test
 {
 protected:
-    std::uint32_t Draw(std::uint32_t below) { return static_cast<std::uint32_t>(m_Random() % below); }
+    std::uint32_t Draw(std::uint32_t below) { return m_Random() % below; }
 
     /// A value that is likely to be wrong in an interesting way.
     std::uint32_t DrawWord(std::uint32_t old, std::uint32_t capacity)
@@ -47,7 +46,7 @@ protected:
         case 2:
             return Draw(capacity);
         default:
-            return static_cast<std::uint32_t>(m_Random());
+            return m_Random();
         }
     }
 
@@ -128,7 +127,7 @@ protected:
         queue.WriteMessage(1000, 1, 0.5, 7, "file.cpp", 3, L"text");
     }
 
-    std::mt19937 m_Random{TestSeed()};
+    SeededRandom m_Random;
 };
 
 /// A small queue, since most of the damage is independent of the size and 2 MiB take long to look through.

@@ -1,11 +1,10 @@
 #include "QueueModel.h"
 #include "QueueFixture.h"
-#include "TestSeed.h"
+#include "SeededRandom.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 
 using namespace Quarn::Logging;
 using namespace QuarnTest;
@@ -25,7 +24,7 @@ protected:
         int operations;
     };
 
-    std::uint32_t Draw(std::uint32_t below) { return below == 0 ? 0 : static_cast<std::uint32_t>(m_Random() % below); }
+    std::uint32_t Draw(std::uint32_t below) { return below == 0 ? 0 : m_Random() % below; }
 
     /// A size that leads to one of the special cases, as the queue stands.
     std::uint32_t DrawSize(const SRun& run)
@@ -46,11 +45,11 @@ protected:
         message.level = static_cast<int>(m_Random());
         message.category = static_cast<int>(m_Random());
         message.time = static_cast<double>(Draw(1000000)) / 64;
-        message.threadId = static_cast<std::uint32_t>(m_Random());
+        message.threadId = m_Random();
         message.line = static_cast<int>(Draw(100000));
         const std::uint32_t payload = size - 57 - Draw(4); // rounded up, this is size again
         const std::uint32_t textLength = Draw(payload / 4 + 1);
-        const auto letter = static_cast<std::uint32_t>(m_Random());
+        const auto letter = m_Random();
         for (std::uint32_t i = 0; i < textLength; ++i) {
             message.text += static_cast<wchar_t>(1 + (letter + i) % 0x10FFFF);
         }
@@ -157,7 +156,7 @@ protected:
     void RunFullCapacity() { ASSERT_NO_FATAL_FAILURE(RunBoth({FULL, 100000, 900})); }
 
     QueueModel m_Model;
-    std::mt19937 m_Random{TestSeed()};
+    SeededRandom m_Random;
     bool m_Filling = true;
 };
 

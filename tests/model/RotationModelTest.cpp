@@ -1,13 +1,12 @@
 #include "AceLoggerTest.h"
+#include "SeededRandom.h"
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <map>
 #include <memory>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -159,25 +158,13 @@ private:
     std::size_t m_Count = 1;
 };
 
-unsigned int Seed()
-{
-    const char* const given = std::getenv("QUARN_TEST_SEED");
-    return given != nullptr ? static_cast<unsigned int>(std::strtoul(given, nullptr, 10)) : std::random_device{}();
-}
-
 /// The logger and the model do the same, at random.
 class RotationModelTest : public AceLoggerTest
 {
 protected:
-    RotationModelTest()
-        : m_Seed(Seed())
-        , m_Random(m_Seed)
-    {
-        std::filesystem::create_directory("log");
-        std::printf("QUARN_TEST_SEED=%u\n", m_Seed);
-    }
+    RotationModelTest() { std::filesystem::create_directory("log"); }
 
-    unsigned int Draw(unsigned int below) { return static_cast<unsigned int>(m_Random() % below); }
+    unsigned int Draw(unsigned int below) { return m_Random() % below; }
 
     std::map<std::string, std::string> FilesOnDisk() const
     {
@@ -216,7 +203,7 @@ protected:
         return operation == 18 ? MakeStranger() : Restart();
     }
 
-    const unsigned int m_Seed;
+    SeededRandom m_Random;
     Model m_Model;
     std::string m_Console;
 
@@ -279,7 +266,6 @@ private:
         EXPECT_EQ((now.tv_sec - NOON_SHIFT) * 1000 + now.tv_nsec / 1000000, m_Model.m_Now);
     }
 
-    std::mt19937 m_Random;
     std::unique_ptr<CQAceLogger> m_pTested = std::make_unique<CQAceLogger>();
 };
 
@@ -288,9 +274,10 @@ TEST_F(RotationModelTest, FoldersHoldExactlyTheFilesOfTheModel)
     std::string history;
     for (int i = 0; i < 1000; ++i) {
         history += Step() + "\n";
-        ASSERT_EQ(FilesOnDisk(), FilesOfModel()) << "seed " << m_Seed << ", step " << i << "\n" << history;
+        ASSERT_EQ(FilesOnDisk(), FilesOfModel()) << "QUARN_TEST_SEED=" << m_Random.Seed() << ", step " << i << "\n"
+                                                 << history;
         ASSERT_EQ(m_Console, m_Model.m_Console);
-        ASSERT_FALSE(HasFailure()) << "seed " << m_Seed << ", step " << i << "\n" << history;
+        ASSERT_FALSE(HasFailure()) << "QUARN_TEST_SEED=" << m_Random.Seed() << ", step " << i << "\n" << history;
     }
 }
 

@@ -16,12 +16,7 @@ class InterpositionTest : public testing::Test
 protected:
     SFinishedProcess Run(const std::string& arguments)
     {
-        return RunCommand("TZ=UTC RESERVED_MEMORY=" + m_Dir.File("memory") + " " INTERPOSER " " + arguments);
-    }
-    void SetUp() override
-    {
-        m_Dir.Write("memory", "");
-        std::filesystem::resize_file(m_Dir.Path() / "memory", 0x200000);
+        return RunCommand("TZ=UTC QUARN_MEMORY_FILE=" + m_Dir.File("memory") + " " INTERPOSER " " + arguments);
     }
 
     TempDir m_Dir;

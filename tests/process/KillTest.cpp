@@ -1,5 +1,6 @@
 #include "KillCounts.h"
 #include "QueueImage.h"
+#include "SeededRandom.h"
 #include "Subprocess.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +14,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <numeric>
-#include <random>
 
 using namespace QuarnTest;
 using testing::EndsWith;
@@ -66,10 +66,7 @@ protected:
         return rounds == nullptr ? DEFAULT_ROUNDS : std::atoi(rounds);
     }
     static bool IsVariable() { return std::string(GetParam().lengths) == "variable"; }
-    std::uint32_t Random(std::uint32_t least, std::uint32_t most)
-    {
-        return std::uniform_int_distribution<std::uint32_t>(least, most)(m_Random);
-    }
+    std::uint32_t Random(std::uint32_t least, std::uint32_t most) { return least + m_Random() % (most - least + 1); }
     std::uint32_t Returned() const
     {
         return std::accumulate(std::begin(m_pCounts->returned), std::end(m_pCounts->returned), 0U);
@@ -115,8 +112,7 @@ protected:
 
     TempDir m_Dir;
     SKillCounts* m_pCounts = nullptr;
-    std::uint32_t m_Seed = std::random_device()();
-    std::mt19937 m_Random{m_Seed};
+    SeededRandom m_Random;
 };
 
 /// The numbers of one thread's messages, in the order of the records.
@@ -166,13 +162,13 @@ std::vector<SImageRecord> InOrderOfWriting(std::vector<SImageRecord> records)
 
 bool HasWrapped(const QueueImage& before, const QueueImage& after)
 {
-    return after.Get(QueueImage::WRITE_POS) < before.Get(QueueImage::WRITE_POS);
+    return after.Get(QueueImage::WritePos) < before.Get(QueueImage::WritePos);
 }
 
 /// Whether the reader meets the wrap point where the writer left it: no record, of whatever lap, goes beyond.
 bool NothingLiesBehindTheWrapPoint(const QueueImage& memory, const std::vector<SImageRecord>& records)
 {
-    return records.empty() || records.back().offset < memory.Get(QueueImage::END_POS);
+    return records.empty() || records.back().offset < memory.Get(QueueImage::EndPos);
 }
 
 void ExpectDump(const std::string& output, const std::vector<SImageRecord>& records)
@@ -204,7 +200,7 @@ void ExpectWhatTheNextStartShows(const QueueImage& memory, const SKillCounts& co
 {
     const SFinishedProcess next = RunCommand(MEMORY_USER);
 
-    ASSERT_EQ(memory.Get(QueueImage::DROPPED), 0U);
+    ASSERT_EQ(memory.Get(QueueImage::Dropped), 0U);
     const std::vector<SImageRecord> whole = memory.WholeRecords();
     const std::vector<SImageRecord> written = InOrderOfWriting(whole);
     const std::vector<SImageRecord> dumped = memory.RecordsOfNextDump();
@@ -220,7 +216,7 @@ void ExpectWhatTheNextStartShows(const QueueImage& memory, const SKillCounts& co
 
 TEST_P(KillTest, NextStartShowsEveryMessageWhoseCallReturned)
 {
-    SCOPED_TRACE("seed " + std::to_string(m_Seed));
+    SCOPED_TRACE("QUARN_TEST_SEED=" + std::to_string(m_Random.Seed()));
     const std::string images[] = {"", MakeImage(230), MakeImage(285), MakeImage(295)};
     const int rounds = Rounds();
     int wrapped = 0;

@@ -144,15 +144,15 @@ TEST_F(ReservedMemoryTest, QueueIsEmptyAndZeroedAfterTheDump)
     Run("kill=");
 
     QueueImage expected;
-    expected.SetStartTime(Memory().StartTime());
-    EXPECT_TRUE(Memory().Bytes() == expected.Bytes());
-    EXPECT_GT(Memory().StartTime(), DAY * 365 * 30) << "the new run's own";
+    expected.SetStartTime(Memory().GetStartTime());
+    EXPECT_TRUE(Memory() == expected);
+    EXPECT_GT(Memory().GetStartTime(), DAY * 365 * 30) << "the new run's own";
 }
 
 TEST_F(ReservedMemoryTest, MemoryWithoutAQueuesHeaderIsNotDumped)
 {
-    for (const QueueImage::EField field :
-         {QueueImage::MAGIC1, QueueImage::MAGIC2, QueueImage::TOTAL_SIZE, QueueImage::BUFFER_SIZE}) {
+    for (const QueueImage::Field field :
+         {QueueImage::Magic1, QueueImage::Magic2, QueueImage::TotalSize, QueueImage::Capacity}) {
         QueueImage image = ImageOfOneRecord();
         image.Set(field, image.Get(field) ^ 0x100);
         Provide(image);
@@ -166,7 +166,7 @@ TEST_F(ReservedMemoryTest, MemoryWithoutAQueuesHeaderIsNotDumped)
 TEST_F(ReservedMemoryTest, UnfinishedRecordAloneIsNotDumped)
 {
     QueueImage image = ImageOfOneRecord();
-    image.Set(QueueImage::HEADER_SIZE + 8, 0); // the end marker, which is stored last
+    image.Set(QueueImage::HEADER + 8, 0); // the end marker, which is stored last
     Provide(image);
 
     const SFinishedProcess run = Run("say=main");
@@ -198,7 +198,7 @@ TEST_F(ReservedMemoryTest, OptionsAfterADumpChangeTheOneRegistration)
 TEST_F(ReservedMemoryTest, DroppedMessagesOfThePreviousRunAreReportedOnceBehindItsRecords)
 {
     QueueImage image = ImageOfOneRecord();
-    image.Set(QueueImage::DROPPED, 3);
+    image.Set(QueueImage::Dropped, 3);
     Provide(image);
 
     const SFinishedProcess run = Run("options=ldebug error=new");
@@ -211,13 +211,13 @@ TEST_F(ReservedMemoryTest, DroppedMessagesOfThePreviousRunAreReportedOnceBehindI
 TEST_F(ReservedMemoryTest, DroppedMessagesAreCountedFromZeroAfterADump)
 {
     QueueImage image = ImageOfOneRecord();
-    image.Set(QueueImage::DROPPED, 4000000);
+    image.Set(QueueImage::Dropped, 4000000);
     Provide(image);
 
     const SFinishedProcess run = Run("options=ldebug autolog=off many=30000 dispatch= kill=");
 
     const std::size_t delivered = CountOf(": message ", run.output);
-    const std::uint32_t dropped = Memory().Get(QueueImage::DROPPED);
+    const std::uint32_t dropped = Memory().Get(QueueImage::Dropped);
     EXPECT_GT(dropped, 0U);
     EXPECT_EQ(delivered + dropped, 30000U);
     EXPECT_THAT(run.output, EndsWith("\n" + std::to_string(dropped) + " Messages dropped (internal queue full)\n"));

@@ -1,17 +1,13 @@
 // A program that defines exported functions of the library itself. Each tells that it was called and forwards to the
-// library's own. Its argument, if any, is logged.
+// library's own. Its argument, if any, is logged. Its reserved memory is the file that QUARN_MEMORY_FILE names.
 
 #include <QuarnLogging/Logging.h>
 
 #include <dlfcn.h>
-#include <fcntl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 using namespace Quarn::Logging;
 
@@ -63,20 +59,6 @@ void DispatchQueuedLogMessages(void)
 {
     std::puts("interposed DispatchQueuedLogMessages");
     LibrarysOwn<void (*)()>("DispatchQueuedLogMessages")();
-}
-
-// The reserved memory, from a file that the environment names.
-int open(const char* path, int flags, ...)
-{
-    va_list args;
-    va_start(args, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
-    va_end(args);
-    if (std::strcmp(path, "/dev/qiomemmap") == 0) {
-        const char* const file = std::getenv("RESERVED_MEMORY");
-        return file == nullptr ? -1 : static_cast<int>(syscall(SYS_openat, AT_FDCWD, file, O_RDWR | O_CREAT, 0600));
-    }
-    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
 } // extern "C"

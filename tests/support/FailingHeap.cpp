@@ -1,6 +1,6 @@
 #include "FailingHeap.h"
 
-#include <atomic>
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -9,17 +9,21 @@ namespace QuarnTest {
 namespace {
 
 // Constant-initialised: the library allocates before any constructor here runs.
-std::atomic<long> g_Live;
-std::atomic<int> g_Countdown; // at 1 the next allocation fails, at 0 and below none does
+thread_local long t_Allocations;
+thread_local long t_Live;
+thread_local std::size_t t_Largest; // bytes
+thread_local int t_Countdown;       // at 1 the next allocation fails, at 0 and below none does
 
 void* Allocate(std::size_t size) noexcept
 {
-    if (g_Countdown > 0 && --g_Countdown == 0) {
+    ++t_Allocations;
+    t_Largest = std::max(t_Largest, size);
+    if (t_Countdown > 0 && --t_Countdown == 0) {
         return nullptr;
     }
     void* const memory = std::malloc(size == 0 ? 1 : size);
     if (memory != nullptr) {
-        ++g_Live;
+        ++t_Live;
     }
     return memory;
 }
@@ -36,20 +40,30 @@ void* AllocateOrThrow(std::size_t size)
 void Free(void* memory) noexcept
 {
     if (memory != nullptr) {
-        --g_Live;
+        --t_Live;
         std::free(memory);
     }
 }
 
 } // namespace
 
-FailingHeap::FailingHeap(int nth) { g_Countdown = nth; }
+FailingHeap::FailingHeap(int nth) { t_Countdown = nth; }
 
-FailingHeap::~FailingHeap() { g_Countdown = 0; }
+FailingHeap::~FailingHeap() { t_Countdown = 0; }
 
-bool FailingHeap::HasFailed() const { return g_Countdown == 0; }
+bool FailingHeap::HasFailed() const { return t_Countdown == 0; }
 
-long LiveAllocations() { return g_Live; }
+long LiveAllocations() { return t_Live; }
+
+HeapUse::HeapUse()
+    : m_Before(t_Allocations)
+{
+    t_Largest = 0;
+}
+
+long HeapUse::Allocations() const { return t_Allocations - m_Before; }
+
+std::size_t HeapUse::LargestAllocation() const { return t_Largest; }
 
 } // namespace QuarnTest
 

@@ -1,9 +1,12 @@
 #ifndef QUARN_LOGGING_TESTS_FAILING_HEAP_H
 #define QUARN_LOGGING_TESTS_FAILING_HEAP_H
 
+#include <cstddef>
+
 /// @file
-/// Allocation operators that run out of memory on request, those of the libraries that the program uses included. A
-/// test that lists FailingHeap.cpp among its sources has them.
+/// Allocation operators that count and that run out of memory on request, those of the libraries that the program uses
+/// included. A test that lists FailingHeap.cpp among its sources has them. All is for the calling thread; others
+/// allocate as they like.
 
 namespace QuarnTest {
 
@@ -23,6 +26,19 @@ public:
 
 /// Allocations that were not given back yet.
 long LiveAllocations();
+
+/// Allocations from now on, failed ones included. One at a time.
+class HeapUse
+{
+public:
+    HeapUse();
+
+    long Allocations() const;
+    std::size_t LargestAllocation() const; ///< In bytes; 0 if there was none.
+
+private:
+    long m_Before;
+};
 
 } // namespace QuarnTest
 

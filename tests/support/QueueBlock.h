@@ -1,11 +1,8 @@
 #ifndef QUARN_LOGGING_TESTS_QUEUE_BLOCK_H
 #define QUARN_LOGGING_TESTS_QUEUE_BLOCK_H
 
-#include "CQLogQueue.h"
-
 #include <cstdint>
 #include <cstring>
-#include <new>
 #include <vector>
 
 namespace QuarnTest {
@@ -40,6 +37,7 @@ public:
 
     unsigned char* Bytes() { return reinterpret_cast<unsigned char*>(m_Words.data()); }
     const unsigned char* Bytes() const { return reinterpret_cast<const unsigned char*>(m_Words.data()); }
+    bool operator==(const QueueBlock& other) const { return m_Words == other.m_Words; }
 
     std::uint32_t Get(std::uint32_t offset) const
     {

@@ -8,8 +8,8 @@
 
 namespace QuarnTest {
 
-/// Random numbers for a model test, the same ones in each run. The environment variable QUARN_TEST_SEED selects others;
-/// the seed is printed, so that a failure can be had again.
+/// Random numbers for a test that draws what it does, the same ones in each run. The environment variable
+/// QUARN_TEST_SEED selects others; the seed is printed, so that a failure can be had again.
 class SeededRandom
 {
 public:
@@ -19,6 +19,9 @@ public:
     {
         std::cout << "QUARN_TEST_SEED=" << m_Seed << std::endl;
     }
+
+    /// Any number of 32 bits.
+    std::uint32_t operator()() { return static_cast<std::uint32_t>(m_Generator()); }
 
     /// Any of first to last, both included.
     int Between(int first, int last)

@@ -2,13 +2,12 @@
 #include "Output.h"
 #include "QueueReader.h"
 
+#include "SeededRandom.h"
 #include "ToolTest.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <random>
 
 using namespace Quarn::Logging;
 using namespace Quarn::Logging::Dump;
@@ -23,13 +22,10 @@ protected:
     LogdumpFuzzTest()
         : m_pSink(std::fopen("/dev/null", "w"))
     {
-        if (const char* const seed = std::getenv("QUARN_TEST_SEED")) {
-            m_Random.seed(static_cast<unsigned int>(std::strtoul(seed, nullptr, 10)));
-        }
     }
     ~LogdumpFuzzTest() override { std::fclose(m_pSink); }
 
-    std::uint32_t Below(std::uint32_t end) { return static_cast<std::uint32_t>(m_Random() % end); }
+    std::uint32_t Below(std::uint32_t end) { return m_Random() % end; }
 
     /// A ring that has gone round, so that its chain begins in the middle.
     static std::string FullImage()
@@ -77,7 +73,7 @@ protected:
         }
     }
 
-    std::mt19937 m_Random{20240517};
+    SeededRandom m_Random;
     std::FILE* m_pSink;
 };
 
@@ -102,8 +98,7 @@ TEST_F(LogdumpFuzzTest, RandomWordsBehindAHeaderDoNoHarm)
         std::string bytes = Image().Bytes();
         for (std::uint32_t place = 48; place < 65536; place += 4) {
             // Markers and small numbers often, as these are what lengths and links are made of.
-            const std::uint32_t words[] = {
-                0x7B7B7B7B, 0x7D7D7D7D, Below(300), Below(0x200000), static_cast<std::uint32_t>(m_Random()), 0};
+            const std::uint32_t words[] = {0x7B7B7B7B, 0x7D7D7D7D, Below(300), Below(0x200000), m_Random(), 0};
             std::memcpy(&bytes[place], &words[Below(6)], 4);
         }
         EXPECT_EQ(ReadAll(bytes), 1U) << "image " << image;

@@ -148,6 +148,40 @@ TEST(LogdumpImageTest, OldestRecordComesFirst)
     EXPECT_EQ(DumpBytes(image.Bytes(), "--all").output, lines);
 }
 
+/// The lap of 7 and 8 has overwritten most of 3, and 2 is left over from a lap before, behind the wrap point.
+std::string ImageWithStaleRecord()
+{
+    Image image;
+    for (const wchar_t* text : {L"seven 7", L"eight 8", L"three 3", L"four  4", L"five  5", L"six   6", L"two   2"}) {
+        image.Write(text);
+    }
+    const std::uint32_t sequences[] = {7, 8, 0, 4, 5, 6, 2};
+    for (std::uint32_t i = 0; i < 7; ++i) {
+        image.m_Block.SetRecord(96 * i, 4, sequences[i]);
+    }
+    image.m_Block.SetRecord(96 * 2, 0, 0);
+    image.m_Block.SetRecord(96 * 2, 44, 12345);
+    image.m_Block.Set(QueueBlock::EndPos, 96 * 6);
+    return image.Bytes();
+}
+
+TEST(LogdumpImageTest, StaleRecordBehindTheWrapPointComesFirstAndHidesTheLapBefore)
+{
+    const SFinishedProcess run = DumpBytes(ImageWithStaleRecord());
+
+    EXPECT_EQ(run.output, InfoLine("two   2") + InfoLine("seven 7") + InfoLine("eight 8"));
+    EXPECT_THAT(run.errors, testing::EndsWith(": 3 complete records are out of reach, --all shows them\n"));
+}
+
+TEST(LogdumpImageTest, AllShowsInOrderOfSequenceWhatAStaleRecordHides)
+{
+    const SFinishedProcess run = DumpBytes(ImageWithStaleRecord(), "--all");
+
+    EXPECT_EQ(run.output, InfoLine("two   2") + InfoLine("four  4") + InfoLine("five  5") + InfoLine("six   6") +
+                              InfoLine("seven 7") + InfoLine("eight 8"));
+    EXPECT_EQ(run.errors, "");
+}
+
 TEST(LogdumpImageTest, SequenceNumbersMayGoRound)
 {
     Image image;

@@ -1,10 +1,12 @@
 #ifndef QUARN_LOGGING_TESTS_TOOL_TEST_H
 #define QUARN_LOGGING_TESTS_TOOL_TEST_H
 
+#include "CQLogQueue.h"
 #include "QueueBlock.h"
 #include "Subprocess.h"
 #include "TempDir.h"
 
+#include <new>
 #include <string>
 
 namespace QuarnTest {

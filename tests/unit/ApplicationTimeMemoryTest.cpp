@@ -1,6 +1,7 @@
 #include "CQApplicationTime.h"
 #include "LoggingGlobals.h"
 
+#include "FailingHeap.h"
 #include "PlatformDoubles.h"
 #include "RefusedThreads.h"
 
@@ -8,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <new>
 
 using namespace Quarn::Logging;
@@ -16,77 +16,25 @@ using namespace QuarnTest;
 
 namespace {
 
-/// Of the thread that counts; other threads allocate as they like.
-struct SHeap
-{
-    bool counting;
-    int allocations;
-    int live;
-    int failing; ///< Number of the allocation that fails; 0: none.
-};
-thread_local SHeap t_Heap;
-
-void* Allocate(std::size_t size)
-{
-    if (t_Heap.counting) {
-        if (++t_Heap.allocations == t_Heap.failing) {
-            return nullptr;
-        }
-        ++t_Heap.live;
-    }
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-void Free(void* memory)
-{
-    if (t_Heap.counting && memory != nullptr) {
-        --t_Heap.live;
-    }
-    std::free(memory);
-}
-
-void CountFrom(int failing) { t_Heap = {true, 0, 0, failing}; }
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    if (void* const memory = Allocate(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return Allocate(size); }
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return Allocate(size); }
-void operator delete(void* memory) noexcept { Free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { Free(memory); }
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept { Free(memory); }
-void operator delete[](void* memory) noexcept { Free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { Free(memory); }
-void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept { Free(memory); }
-
-namespace {
-
 struct SOutcome
 {
     bool thrown;
     bool clockThere;
-    int live;
+    long live;
 };
 
 /// InitApplicationTime() with its nth allocation failing, from the state without a clock.
 SOutcome InitWithFailingAllocation(int nth)
 {
     bool thrown = false;
-    CountFrom(nth);
+    const long before = LiveAllocations();
+    const FailingHeap heap(nth);
     try {
         InitApplicationTime();
     } catch (const std::bad_alloc&) {
         thrown = true;
     }
-    t_Heap.counting = false;
-    return {thrown, g_pApplicationTime != nullptr, t_Heap.live};
+    return {thrown, g_pApplicationTime != nullptr, LiveAllocations() - before};
 }
 
 class ApplicationTimeMemoryTest : public testing::Test
@@ -146,12 +94,11 @@ TEST_F(ApplicationTimeMemoryTest, RefusedThreadLeavesAClockWithoutIt)
 TEST_F(ApplicationTimeMemoryTest, ReadingTheClockAllocatesNothing)
 {
     InitApplicationTime();
-    CountFrom(0);
+    const HeapUse use;
 
     GetClockTime();
 
-    t_Heap.counting = false;
-    EXPECT_EQ(t_Heap.allocations, 0);
+    EXPECT_EQ(use.Allocations(), 0);
     FiniApplicationTime();
 }
 

@@ -190,7 +190,7 @@ TEST_F(CQAceLoggerFileTest, ConsoleForgetsTheSuffixOfAnEarlierPattern)
     EXPECT_EQ(m_Dir.Names(), (Names{"a20240517-134509-x.txt", "b.txt20240517-134509"}));
 }
 
-TEST_F(CQAceLoggerFileTest, CharactersUpTo255AreSingleBytes)
+TEST_F(CQAceLoggerFileTest, CharactersOfEightBitsAreSingleBytes)
 {
     std::setlocale(LC_ALL, "C.UTF-8");
     Select(L"log/caf\u00e9-%T\u00ff.txt");
@@ -202,7 +202,7 @@ TEST_F(CQAceLoggerFileTest, CharactersUpTo255AreSingleBytes)
     EXPECT_EQ(m_Dir.Names("log"), Names{"caf\xE9-20240517-134509\xFF.txt"});
 }
 
-TEST_F(CQAceLoggerFileTest, CharactersAbove255KeepTheirLowEightBits)
+TEST_F(CQAceLoggerFileTest, CharactersOfMoreThanEightBitsKeepTheLowEight)
 {
     Select(L"log/\u0141pp-%T.\u2074xt"); // 0x41 is A, 0x74 is t
 

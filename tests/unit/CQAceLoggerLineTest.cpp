@@ -132,7 +132,7 @@ TEST_F(CQAceLoggerLineTest, LineThatIsOneCharacterTooLongLosesItsEnd)
     EXPECT_EQ(PrintText(TextForLineOf(2000)), HEAD + std::string(1944, 'x'));
 }
 
-TEST_F(CQAceLoggerLineTest, LongTextIsCutSoThatTheLineHas1999Characters)
+TEST_F(CQAceLoggerLineTest, LongTextIsCutToTheLongestLine)
 {
     const std::string line = PrintText(std::wstring(3000, L'x'));
 

@@ -273,7 +273,7 @@ TEST_F(CQAceLoggerRemovalTest, MarkerInTheFolderNameLeavesThePrefixEmpty)
     EXPECT_EQ(m_Dir.Names(), (Names{"x", "x%T"}));
 }
 
-TEST_F(CQAceLoggerRemovalTest, NamesOfBytesAbove127AreFoundAgain)
+TEST_F(CQAceLoggerRemovalTest, NamesOfBytesThatAreNotAsciiAreFoundAgain)
 {
     MakeOld("caf\xE9-20240101-000000.txt");
     Logger().SetOutputStream(L"log/caf\u00e9-%T.txt", 0, 1);
@@ -283,7 +283,7 @@ TEST_F(CQAceLoggerRemovalTest, NamesOfBytesAbove127AreFoundAgain)
     EXPECT_EQ(m_Dir.Names("log"), Names{"caf\xE9-20240517-134509.txt"});
 }
 
-TEST_F(CQAceLoggerRemovalTest, NamesOfCharactersAbove255AreNeverFoundAgain)
+TEST_F(CQAceLoggerRemovalTest, NamesOfCharactersOfMoreThanEightBitsAreNeverFoundAgain)
 {
     MakeOld("App-20240101-000000.txt");
     Logger().SetOutputStream(L"log/\u0141pp-%T.txt", 0, 1);

@@ -70,13 +70,13 @@ TEST_F(CQAceLoggerTimeTest, MomentBeforeAFullSecondHasNoThousandMilliseconds)
     EXPECT_EQ(Stamp(0.0, -1e-30), "1970.01.01-00:00:00.999");
 }
 
-TEST_F(CQAceLoggerTimeTest, LastSecondOf32BitsIsStillADate)
+TEST_F(CQAceLoggerTimeTest, LastSecondOfThirtyTwoBitsIsStillADate)
 {
     EXPECT_EQ(Stamp(2147483647.0, 0.0), "2038.01.19-03:14:07.000");
     EXPECT_EQ(Stamp(2147483647.0, 0.5), "2038.01.19-03:14:07.500");
 }
 
-TEST_F(CQAceLoggerTimeTest, TimeAboveThe32BitsIsTheSmallestOne)
+TEST_F(CQAceLoggerTimeTest, TimeAboveTheThirtyTwoBitsIsTheSmallestOne)
 {
     EXPECT_EQ(Stamp(2147483648.0, 0.0), "1901.12.13-20:45:52.000");
     EXPECT_EQ(Stamp(2147483648.0, 0.25), "1901.12.13-20:45:52.250");
@@ -84,7 +84,7 @@ TEST_F(CQAceLoggerTimeTest, TimeAboveThe32BitsIsTheSmallestOne)
     EXPECT_EQ(Stamp(1e300, 0.0), "1901.12.13-20:45:52.000");
 }
 
-TEST_F(CQAceLoggerTimeTest, TimeBelowThe32BitsIsTheSmallestOne)
+TEST_F(CQAceLoggerTimeTest, TimeBelowTheThirtyTwoBitsIsTheSmallestOne)
 {
     EXPECT_EQ(Stamp(-2147483647.0, 0.0), "1901.12.13-20:45:53.000");
     EXPECT_EQ(Stamp(-2147483648.0, 0.0), "1901.12.13-20:45:52.000");

@@ -31,6 +31,13 @@ protected:
     /// Stands for a heap object; nothing is selected for a dump here unless a test says so.
     void* Object(int number) { return &m_Memory[number]; }
 
+    /// Four messages come of it: its dump, its block size, its site, the total.
+    void AddSelectedObject()
+    {
+        m_Registry.AddInfo(L"a.cpp", 12, Object(0), 8);
+        m_Registry.AddObjectSizeUsedForMemoryDump(8);
+    }
+
     std::vector<std::wstring> Report(int category = -1)
     {
         m_Registry.DumpInfo(category);
@@ -98,8 +105,7 @@ TEST_F(CQAllocationInfoReportTest, FilesAreOrderedByCharacterCodeAndLinesAscend)
 
 TEST_F(CQAllocationInfoReportTest, MessagesHaveErrorLevelAndTheCallersCategory)
 {
-    m_Registry.AddInfo(L"a.cpp", 12, Object(0), 8);
-    m_Registry.AddObjectSizeUsedForMemoryDump(8);
+    AddSelectedObject();
 
     Report(-77);
 
@@ -184,36 +190,39 @@ TEST_F(CQAllocationInfoReportTest, SumsWrapAroundAtThirtyTwoBits)
 
 TEST_F(CQAllocationInfoReportTest, EverythingIsWrittenWhileThereIsNoLevelTable)
 {
+    AddSelectedObject();
     m_Capture.UseNoLevels();
 
-    EXPECT_THAT(Report(5), ElementsAre(L"Total memory usage:  0 Bytes in 0 objects"));
+    EXPECT_THAT(Report(5), SizeIs(4));
 }
 
 TEST_F(CQAllocationInfoReportTest, CategoryBehindTheLevelTableIsWritten)
 {
+    AddSelectedObject();
     m_Capture.UseLevels({9999, 9999});
 
-    EXPECT_THAT(Report(2), ElementsAre(L"Total memory usage:  0 Bytes in 0 objects"));
+    EXPECT_THAT(Report(2), SizeIs(4));
 }
 
 TEST_F(CQAllocationInfoReportTest, NegativeCategoryIsWritten)
 {
+    AddSelectedObject();
     m_Capture.UseLevels({9999, 9999});
 
-    EXPECT_THAT(Report(-1), ElementsAre(L"Total memory usage:  0 Bytes in 0 objects"));
+    EXPECT_THAT(Report(-1), SizeIs(4));
 }
 
 TEST_F(CQAllocationInfoReportTest, CategoryWhoseThresholdIsTheErrorLevelIsWritten)
 {
+    AddSelectedObject();
     m_Capture.UseLevels({9999, 4000});
 
-    EXPECT_THAT(Report(1), ElementsAre(L"Total memory usage:  0 Bytes in 0 objects"));
+    EXPECT_THAT(Report(1), SizeIs(4));
 }
 
 TEST_F(CQAllocationInfoReportTest, CategoryWithAHigherThresholdGetsNoMessage)
 {
-    m_Registry.AddInfo(L"a.cpp", 12, Object(0), 8);
-    m_Registry.AddObjectSizeUsedForMemoryDump(8);
+    AddSelectedObject();
     m_Capture.UseLevels({0, 4001});
 
     EXPECT_THAT(Report(1), IsEmpty());
@@ -240,8 +249,7 @@ TEST_F(CQAllocationInfoReportTest, NothingHappensWithoutALogFunction)
 
 TEST_F(CQAllocationInfoReportTest, RegistryIsLockedFromTheFirstMessageToTheLast)
 {
-    m_Registry.AddInfo(L"a.cpp", 12, Object(0), 8);
-    m_Registry.AddObjectSizeUsedForMemoryDump(8);
+    AddSelectedObject();
     std::vector<bool> locked;
     m_Capture.m_Hook = [&] { locked.push_back(IsLocked()); };
 

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -356,6 +357,17 @@ TEST_F(CQAllocationInfoTest, OperationsLeaveTheRegistryUnlocked)
     m_Registry.ClearInfo();
 
     EXPECT_FALSE(IsLocked());
+}
+
+// Nobody can look at the members afterwards, but each of the two steps takes the lock once.
+TEST_F(CQAllocationInfoTest, DestructionDisablesRecordingAndClears)
+{
+    auto registry = std::make_unique<CQAllocationInfo>();
+    const FaultPlan plan;
+
+    registry.reset();
+
+    EXPECT_EQ(plan.Calls(Service::MutexLock), 2);
 }
 
 TEST_F(CQAllocationInfoTest, LockThatCannotBeTakenMakesChangesNoOps)

@@ -99,6 +99,17 @@ TEST_F(CQApplicationTimeSetClockTest, SecondRequestSlewsASlowClock)
     EXPECT_EQ(plan.Calls(Service::ClockSettime), 0);
 }
 
+// A second one, taken after the correction, would leave the time between them out of the next frequency.
+TEST_F(CQApplicationTimeSetClockTest, SlewReadsTheSystemClockOnce)
+{
+    m_Time.SetClockTime(1700000000.0);
+    const FaultPlan plan;
+
+    m_Time.SetClockTime(1700000100.0);
+
+    EXPECT_EQ(plan.Calls(Service::ClockGettime), 1);
+}
+
 TEST_F(CQApplicationTimeSetClockTest, OffsetOfAFastClockIsALargePositiveNumber)
 {
     m_Time.SetClockTime(1700000000.0);
@@ -132,7 +143,7 @@ TEST_F(CQApplicationTimeSetClockTest, NegativeFrequencyIsTruncatedTowardsZero)
     EXPECT_EQ(m_Clock.LastAdjustment().offset, 1271310169) << "(2^64 - 150000) / 1000, its low 32 bits";
 }
 
-TEST_F(CQApplicationTimeSetClockTest, OffsetHasTheSignOf32Bits)
+TEST_F(CQApplicationTimeSetClockTest, OffsetHasTheSignOfThirtyTwoBits)
 {
     m_Time.SetClockTime(1700000000.0);
     m_Clock.SetRealTime(1700000100);
@@ -143,7 +154,7 @@ TEST_F(CQApplicationTimeSetClockTest, OffsetHasTheSignOf32Bits)
     EXPECT_EQ(m_Clock.LastAdjustment().freq, 967741) << "3000 s in 3100 s";
 }
 
-TEST_F(CQApplicationTimeSetClockTest, FrequencyWrapsWhereItsProductExceeds64Bits)
+TEST_F(CQApplicationTimeSetClockTest, FrequencyWrapsWhereItsProductExceedsSixtyFourBits)
 {
     m_Time.SetClockTime(1700000000.0);
     m_Clock.SetRealTime(1700000100);
@@ -153,7 +164,7 @@ TEST_F(CQApplicationTimeSetClockTest, FrequencyWrapsWhereItsProductExceeds64Bits
     EXPECT_EQ(m_Clock.LastAdjustment().freq, -836311) << "(10^19 - 2^64) / 10100000000000";
 }
 
-TEST_F(CQApplicationTimeSetClockTest, FrequencyIsCutTo32Bits)
+TEST_F(CQApplicationTimeSetClockTest, FrequencyIsCutToThirtyTwoBits)
 {
     m_Time.SetClockTime(At(1700000000, 0));
     m_Clock.SetRealTime(1699999990);
@@ -173,7 +184,7 @@ TEST_F(CQApplicationTimeSetClockTest, RequestOneNanosecondBackDividesByMinusOne)
     EXPECT_EQ(m_Clock.LastAdjustment().freq, 2000000);
 }
 
-TEST_F(CQApplicationTimeSetClockTest, QuotientBeyond64BitsWrapsInsteadOfTrapping)
+TEST_F(CQApplicationTimeSetClockTest, QuotientBeyondSixtyFourBitsWrapsInsteadOfTrapping)
 {
     m_Time.SetClockTime(At(1700000000, 0));
     m_Clock.SetRealTime(1555884811, 924144127); // 2^57 + 1 ns back, so that the product is -2^63
@@ -285,7 +296,7 @@ protected:
     RefusedThreads m_NoThreads;
 };
 
-TEST_P(CQApplicationTimeSecondsTest, BecomeUnsignedNanosecondsAndThen32BitSeconds)
+TEST_P(CQApplicationTimeSecondsTest, BecomeUnsignedNanosecondsAndThenSecondsOfThirtyTwoBits)
 {
     CQApplicationTime time;
 
@@ -301,9 +312,9 @@ INSTANTIATE_TEST_SUITE_P(
     Requests, CQApplicationTimeSecondsTest,
     testing::Values(SSecondsCase{"Whole", 1700000000.0, 1700000000000000000},
                     SSecondsCase{"BelowANanosecond", 1e-10, 0},
-                    SSecondsCase{"BeyondSigned32Bits", 3000000000.0, -1294967296000000000},  // 3e9 - 2^32 s
-                    SSecondsCase{"BeyondSigned64BitNanoseconds", 1e10, 1410065408000000000}, // 1e10 - 2 * 2^32 s
-                    SSecondsCase{"BeyondUnsigned64BitNanoseconds", 2e10, 0}, SSecondsCase{"Huge", 1e300, 0},
+                    SSecondsCase{"BeyondSignedThirtyTwoBits", 3000000000.0, -1294967296000000000},  // 3e9 - 2^32 s
+                    SSecondsCase{"BeyondSignedSixtyFourBitNanoseconds", 1e10, 1410065408000000000}, // 1e10 - 2 * 2^32 s
+                    SSecondsCase{"BeyondUnsignedSixtyFourBitNanoseconds", 2e10, 0}, SSecondsCase{"Huge", 1e300, 0},
                     SSecondsCase{"Infinite", INFINITE, 0},
                     SSecondsCase{"Negative", -1.5, 1266874888209551616},             // (2^64 - 1500000000) ns
                     SSecondsCase{"HugeNegative", -1e300, 633437444854775808},        // 2^63 ns

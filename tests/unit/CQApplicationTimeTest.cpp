@@ -305,7 +305,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SDateCase{"LastSecond", "UTC0", 2147483647, 0x130107F6}),    // 2038-01-19 03:14:07 UTC
     [](const testing::TestParamInfo<SDateCase>& test) { return test.param.name; });
 
-TEST_F(CQApplicationTimeTest, DateBeyondThe32BitTimeIsTheEarliestOne)
+TEST_F(CQApplicationTimeTest, DateBeyondTheTimeOfThirtyTwoBitsIsTheEarliestOne)
 {
     setenv("TZ", "UTC0", 1);
     tzset();

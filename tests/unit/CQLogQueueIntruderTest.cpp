@@ -1,9 +1,7 @@
 #include "CQLogQueue.h"
+#include "GuardedMemory.h"
 
 #include <gtest/gtest.h>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
@@ -12,11 +10,11 @@
 #include <thread>
 
 using namespace Quarn::Logging;
+using namespace QuarnTest;
 
 namespace {
 
 constexpr std::size_t SIZE = 0x200000;
-constexpr std::size_t GUARD = 0x10000;
 constexpr std::uint32_t CAPACITY = 0x1FFFB0;
 
 // Where things stand in the block.
@@ -36,24 +34,18 @@ protected:
 #ifdef __SANITIZE_THREAD__
         GTEST_SKIP() << "these are races, on purpose";
 #endif
-        void* const area = mmap(nullptr, SIZE + 2 * GUARD, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        ASSERT_NE(area, MAP_FAILED);
-        m_pArea = static_cast<unsigned char*>(area);
-        ASSERT_EQ(mprotect(Block(), SIZE, PROT_READ | PROT_WRITE), 0);
         m_pQueue = new (Block()) CQLogQueue(false);
     }
     void TearDown() override
     {
-        if (m_pQueue == nullptr) {
-            return;
+        if (m_pQueue != nullptr) {
+            m_pQueue->~CQLogQueue();
         }
-        m_pQueue->~CQLogQueue();
-        munmap(m_pArea, SIZE + 2 * GUARD);
     }
 
-    unsigned char* Block() const { return m_pArea + GUARD; }
+    unsigned char* Block() { return m_Memory.Bytes(); }
 
-    void Set(std::size_t offset, std::uint32_t value) const
+    void Set(std::size_t offset, std::uint32_t value)
     {
         __atomic_store_n(reinterpret_cast<std::uint32_t*>(Block() + offset), value, __ATOMIC_RELAXED);
     }
@@ -75,7 +67,7 @@ protected:
         intruder.join();
     }
 
-    unsigned char* m_pArea = nullptr;
+    GuardedMemory m_Memory{SIZE};
     CQLogQueue* m_pQueue = nullptr;
 };
 
