@@ -1,6 +1,7 @@
 #include <QuarnLogging/CQAllocationInfo.h>
 
 #include "LoggingGlobals.h"
+#include "RecursiveMutex.h"
 
 #include <QuarnLogging/Logging.h>
 
@@ -86,6 +87,7 @@ CQAllocationInfo::CQAllocationInfo()
     : m_AddInfoEnabled(false)
     , m_NextAllocPosId(FIRST_VALID_ALLOC_POS_ID)
 {
+    MakeNativeMutex(m_Mutex, nullptr);
 }
 
 CQAllocationInfo::~CQAllocationInfo()
@@ -95,6 +97,7 @@ CQAllocationInfo::~CQAllocationInfo()
         ClearInfo();
     } catch (...) { // a destructor does not throw; the members go either way
     }
+    DestroyNativeMutex(m_Mutex);
 }
 
 void CQAllocationInfo::EnableAddInfo(bool enable)
