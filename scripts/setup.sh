@@ -25,6 +25,11 @@ TEST_PACKAGES=(
     clang-format # layout
     clang-tidy   # static checks
     binutils     # objdump, for the instructions of log calls
+    dpkg-dev     # dpkg-shlibdeps, for the packages
+    pkg-config   # builds a program against what is installed
+    groff        # checks the manual pages
+    doxygen      # the API pages
+    abigail-tools # the ABI of the library, compared with the recorded one
     lnav         # the log viewer, for its format definition; without it those tests are skipped
 )
 
