@@ -11,7 +11,7 @@ endif()
 
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(ACE REQUIRED_VARS ACE_LIBRARY ACE_INCLUDE_DIR
-  REASON_FAILURE_MESSAGE "install libace-dev, for i386 run scripts/i386-sysroot")
+  REASON_FAILURE_MESSAGE "install libace-dev, or name the folder of libACE in QUARN_ACE_LIBRARY_DIR")
 
 if(ACE_FOUND AND NOT TARGET ACE::ACE)
   find_package(Threads REQUIRED)
@@ -30,7 +30,7 @@ if(ACE_FOUND AND NOT TARGET ACE::ACE)
   unset(CMAKE_REQUIRED_LIBRARIES)
   if(NOT QUARN_ACE_LINKS)
     message(FATAL_ERROR "${ACE_LIBRARY} cannot be linked at ${CMAKE_SIZEOF_VOID_P} bytes a pointer. "
-      "For i386 run scripts/i386-sysroot first.")
+      "Name the folder of the right one in QUARN_ACE_LIBRARY_DIR, for i386 run scripts/i386-sysroot first.")
   endif()
 endif()
 mark_as_advanced(ACE_INCLUDE_DIR ACE_LIBRARY)

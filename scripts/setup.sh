@@ -23,13 +23,20 @@ BUILD_PACKAGES=(
 # To build and run the tests, and to check the code.
 # shellcheck disable=SC2034
 TEST_PACKAGES=(
-    libgtest-dev # GoogleTest
-    libgmock-dev # its matchers
-    clang        # the second compiler
-    clang-format # layout
-    clang-tidy   # static checks
-    binutils     # objdump, for the instructions of log calls
-    lnav         # the log viewer, for its format definition; without it those tests are skipped
+    libgtest-dev       # GoogleTest
+    libgmock-dev       # its matchers
+    libcli11-dev       # command line of quarn-logdump
+    nlohmann-json3-dev # its JSON
+    clang              # the second compiler
+    clang-format       # layout
+    clang-tidy         # static checks
+    binutils           # objdump, for the instructions of log calls
+    dpkg-dev           # dpkg-shlibdeps, for the packages
+    pkg-config         # builds a program against what is installed
+    groff-base         # checks the manual pages
+    doxygen            # the API pages
+    abigail-tools      # the ABI of the library, compared with the recorded one; without it that test is skipped
+    lnav               # the log viewer, for its format definition; without it those tests are skipped
 )
 
 # The same for 32-bit x86. ACE comes from scripts/i386-sysroot.

@@ -1,6 +1,7 @@
 #include <QuarnLogging/CQAllocationInfo.h>
 
 #include "LoggingGlobals.h"
+#include "RecursiveMutex.h"
 
 #include <QuarnLogging/Logging.h>
 
@@ -82,7 +83,7 @@ void DumpMem(int category, void* object, unsigned int size)
 
 } // namespace
 
-CQAllocationInfo::CQAllocationInfo() = default;
+CQAllocationInfo::CQAllocationInfo() { MakeNativeMutex(m_Mutex, nullptr); }
 
 CQAllocationInfo::~CQAllocationInfo()
 {
@@ -91,6 +92,7 @@ CQAllocationInfo::~CQAllocationInfo()
         ClearInfo();
     } catch (...) { // a destructor does not throw; the members go either way
     }
+    DestroyNativeMutex(m_Mutex);
 }
 
 void CQAllocationInfo::EnableAddInfo(bool enable)

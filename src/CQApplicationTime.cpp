@@ -90,7 +90,7 @@ std::uint64_t FrequencyError(std::uint64_t targetStep, std::uint64_t systemStep)
 
 CQApplicationTime::CQApplicationTime()
 {
-    m_pMutex = std::make_unique<ACE_Recursive_Thread_Mutex>(nullptr, m_MutexAttributes.Get());
+    m_pMutex = std::make_unique<RecursiveMutex>(m_MutexAttributes);
     UpdateClockTime(m_Reference);
     m_BaseTime = MillisecondsToSeconds(m_Reference.m_RealTimeMs);
     m_BaseMonotonicNs = m_Reference.m_MonotonicNs;

@@ -2,8 +2,8 @@
 #define QUARN_LOGGING_CQ_APPLICATION_TIME_H
 
 #include "MutexAttributes.h"
+#include "RecursiveMutex.h"
 
-#include <ace/Recursive_Thread_Mutex.h>
 #include <ace/Task.h>
 
 #include <time.h>
@@ -87,7 +87,7 @@ private:
     void SlewClock(std::uint64_t target);
 
     MutexAttributes m_MutexAttributes;
-    std::unique_ptr<ACE_Recursive_Thread_Mutex> m_pMutex;
+    std::unique_ptr<RecursiveMutex> m_pMutex;
     // m_pMutex guards these three.
     double m_Rate = 1.0;
     double m_BaseTime = 0.0;             ///< Seconds since the epoch at the anchor.

@@ -2,12 +2,12 @@
 #define QUARN_LOGGING_CQ_LOG_FILTER_H
 
 #include "MutexAttributes.h"
+#include "RecursiveMutex.h"
 
 #include <QuarnLogging/Logging.h>
 
 #include <ace/Hash_Map_Manager_T.h>
 #include <ace/Null_Mutex.h>
-#include <ace/Recursive_Thread_Mutex.h>
 
 namespace Quarn::Logging {
 
@@ -56,7 +56,7 @@ private:
     mutable LevelMap m_CategoryLevels;
     int m_DefaultLevel = LEVEL_NONE;
     MutexAttributes m_MutexAttributes;
-    mutable ACE_Recursive_Thread_Mutex m_Mutex{nullptr, m_MutexAttributes.Get()};
+    mutable RecursiveMutex m_Mutex{m_MutexAttributes};
 };
 
 } // namespace Quarn::Logging

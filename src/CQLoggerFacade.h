@@ -4,10 +4,9 @@
 #include "CQLogFilter.h"
 #include "CQLogQueue.h"
 #include "MutexAttributes.h"
+#include "RecursiveMutex.h"
 
 #include <QuarnLogging/Logging.h>
-
-#include <ace/Recursive_Thread_Mutex.h>
 
 #include <cstdarg>
 #include <cstdint>
@@ -116,13 +115,11 @@ private:
     int m_Levels[NUMBER_OF_LEVELS];      ///< m_GlobalFilter's thresholds; read by clients without a lock.
     std::uint32_t m_DroppedReported = 0; ///< The queue's counter as last reported; under m_DispatchMutex.
     MutexAttributes m_DispatchMutexAttributes;
-    ACE_Recursive_Thread_Mutex m_DispatchMutex{nullptr,
-                                               m_DispatchMutexAttributes.Get()}; ///< Held for a whole dispatch.
+    RecursiveMutex m_DispatchMutex{m_DispatchMutexAttributes}; ///< Held for a whole dispatch.
     MutexAttributes m_RegisterMutexAttributes;
-    ACE_Recursive_Thread_Mutex m_RegisterMutex{nullptr,
-                                               m_RegisterMutexAttributes.Get()}; ///< Guards changes of the list.
-    int* m_pSavedLogLevels = nullptr;                                            ///< g_pLogLevels as it was before.
-    void* m_pSpecialMemory = nullptr;                                            ///< The mapping, or null.
+    RecursiveMutex m_RegisterMutex{m_RegisterMutexAttributes}; ///< Guards changes of the list.
+    int* m_pSavedLogLevels = nullptr;                          ///< g_pLogLevels as it was before.
+    void* m_pSpecialMemory = nullptr;                          ///< The mapping, or null.
     int m_SpecialMemoryFd = -1;
     Walk* m_pWalk = nullptr; ///< The innermost one, under m_DispatchMutex; null while nobody dispatches.
 };

@@ -2,6 +2,7 @@
 #define QUARN_LOGGING_CQ_QUEUE_LOCK_H
 
 #include "MutexAttributes.h"
+#include "RecursiveMutex.h"
 
 #include <ace/Recursive_Thread_Mutex.h>
 
@@ -37,7 +38,7 @@ private:
     CQQueueLock() = default;
 
     MutexAttributes m_MutexAttributes;
-    ACE_Recursive_Thread_Mutex m_Mutex{nullptr, m_MutexAttributes.Get()};
+    RecursiveMutex m_Mutex{m_MutexAttributes};
 
     /// Plain storage, made and destroyed with its queue: it must outlive every static object that still logs.
     struct SQSlot

@@ -41,6 +41,7 @@ public:
 
     /// Switches recording. Objects are removed also while it is off.
     void EnableAddInfo(bool enable);
+    /// Whether allocations are recorded.
     bool IsAddInfoEnabled() const;
 
     /// @brief Records one allocation, if recording is on.
@@ -74,6 +75,7 @@ public:
     void AddLineNumberUsedForMemoryDump(unsigned int line);
     /// Selects the objects of this size in bytes. A size that is added twice dumps them twice.
     void AddObjectSizeUsedForMemoryDump(unsigned int size);
+    /// Forgets the selections of both kinds.
     void ClearMemoryDumpSelections();
 
     /// @brief Logs, with level 4000, every site with its live objects, then the total; changes nothing.

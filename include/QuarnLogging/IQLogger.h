@@ -19,7 +19,9 @@ class IQLogger
 {
 public:
     IQLogger() = default;
+    /// A copy is a logger of its own. It is not registered, nor is one that is assigned to.
     IQLogger(const IQLogger&) = default;
+    /// @copydoc IQLogger(const IQLogger&)
     IQLogger& operator=(const IQLogger&) = default;
 
     /// Inline, so that applications can derive without linking against anything hidden.

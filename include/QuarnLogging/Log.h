@@ -31,9 +31,13 @@
 /// enumerator, of an enum class too. Level and category are evaluated once.
 #define QUARN_LOG(level, category, ...) QUARN_LOG_IF_(true, level, category, __VA_ARGS__)
 
+/// QUARN_LOG() with LEVEL_DEBUG.
 #define QUARN_DEBUG(category, ...) QUARN_LOG(::Quarn::Logging::LEVEL_DEBUG, category, __VA_ARGS__)
+/// QUARN_LOG() with LEVEL_INFO.
 #define QUARN_INFO(category, ...) QUARN_LOG(::Quarn::Logging::LEVEL_INFO, category, __VA_ARGS__)
+/// QUARN_LOG() with LEVEL_WARNING.
 #define QUARN_WARNING(category, ...) QUARN_LOG(::Quarn::Logging::LEVEL_WARNING, category, __VA_ARGS__)
+/// QUARN_LOG() with LEVEL_ERROR.
 #define QUARN_ERROR(category, ...) QUARN_LOG(::Quarn::Logging::LEVEL_ERROR, category, __VA_ARGS__)
 
 /// Logs the first of every n wanted messages of this call site, all threads counted together. An n of 0 counts as 1.
@@ -58,6 +62,7 @@
         ::Quarn::Logging::CategoryNumber(category), QUARN_LOG_FILE_, __LINE__, __func__)
 
 // What follows is for the macros above.
+/// @cond
 
 // Arguments that are not wanted are not evaluated, the condition neither: it may count.
 #define QUARN_LOG_IF_(condition, level, category, ...)                                                                 \
@@ -230,5 +235,7 @@ private:
 
 } // namespace Logging
 } // namespace Quarn
+
+/// @endcond
 
 #endif

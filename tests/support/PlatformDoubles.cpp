@@ -269,6 +269,8 @@ void* __real_mmap(void* address, size_t length, int protection, int flags, int f
 int __real_munmap(void* address, size_t length);
 int __real_nanosleep(const timespec* duration, timespec* rest);
 int __real_open(const char* path, int flags, ...);
+int __real_pthread_mutex_destroy(pthread_mutex_t* mutex);
+int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
 int __real_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes);
 int __real_pthread_mutexattr_init(pthread_mutexattr_t* attributes);
@@ -409,6 +411,18 @@ int __wrap_open(const char* path, int flags, ...)
     g_Device.openMode = mode;
     g_Device.open = true;
     return DEVICE_FD;
+}
+
+int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex)
+{
+    const int error = PlannedError(Service::MutexDestroy);
+    return error != 0 ? error : __real_pthread_mutex_destroy(mutex);
+}
+
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes)
+{
+    const int error = PlannedError(Service::MutexInit);
+    return error != 0 ? error : __real_pthread_mutex_init(mutex, attributes);
 }
 
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)

@@ -28,6 +28,8 @@ enum class Service {
     Nanosleep,
     NtpAdjtime,
     Open,
+    MutexDestroy,
+    MutexInit,
     MutexLock,
     MutexattrDestroy,
     MutexattrInit,
