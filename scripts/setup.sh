@@ -10,14 +10,14 @@
 # To build the library, its tools and the examples.
 # shellcheck disable=SC2034 # the lists are used by the scripts that source this file
 BUILD_PACKAGES=(
-    cmake       # reads CMakeLists.txt and the presets
-    ninja-build # runs the build
-    g++         # the compiler
-    libace-dev  # ACE: strings, containers and mutexes of the library
-    libcli11-dev        # arguments of quarn-logdump
-    nlohmann-json3-dev  # its JSON output
-    libdw-dev   # addresses to source lines, in the allocation feeder example
-    python3     # tools/allocation-table
+    cmake              # reads CMakeLists.txt and the presets
+    ninja-build        # runs the build
+    g++                # the compiler
+    libace-dev         # ACE: strings, containers and mutexes of the library
+    libcli11-dev       # command line of quarn-logdump
+    nlohmann-json3-dev # its JSON
+    libdw-dev          # addresses to source lines, in the allocation feeder example
+    python3            # tools/allocation-table
 )
 
 # To build and run the tests, and to check the code.
@@ -25,8 +25,7 @@ BUILD_PACKAGES=(
 TEST_PACKAGES=(
     libgtest-dev       # GoogleTest
     libgmock-dev       # its matchers
-    libcli11-dev       # command line of quarn-logdump
-    nlohmann-json3-dev # its JSON
+    libbenchmark-dev   # the benchmarks, which the tests build
     clang              # the second compiler
     clang-format       # layout
     clang-tidy         # static checks
