@@ -36,6 +36,7 @@ TEST_PACKAGES=(
     doxygen            # the API pages
     abigail-tools      # the ABI of the library, compared with the recorded one; without it that test is skipped
     lnav               # the log viewer, for its format definition; without it those tests are skipped
+    tmux               # the terminal in which the log viewer is shown; likewise
 )
 
 # The same for 32-bit x86. ACE comes from scripts/i386-sysroot.
