@@ -87,7 +87,18 @@ int FindNoSeparateDebugInfo(Dwfl_Module* /*module*/, void** /*userData*/, const 
     return -1;
 }
 
-std::string FormatLine(const char* file, int line) { return file + ("@" + std::to_string(line)); }
+/// A file below the folder in which its unit was compiled is named from there: libdw puts that folder in front of names
+/// that the compiler has shortened.
+std::string FormatLine(Dwarf_Die* unit, const char* file, int line)
+{
+    Dwarf_Attribute attribute;
+    const char* folder = dwarf_formstring(dwarf_attr(unit, DW_AT_comp_dir, &attribute));
+    const std::size_t length = folder == nullptr ? 0 : std::strlen(folder);
+    if (length != 0 && std::strncmp(file, folder, length) == 0 && file[length] == '/') {
+        file += length + 1;
+    }
+    return file + ("@" + std::to_string(line));
+}
 
 /// Whoever looks for a leak wants to know who made the container, not where containers allocate.
 bool IsStandardHeader(const char* file) { return std::strstr(file, "/include/c++/") != nullptr; }
@@ -105,7 +116,7 @@ std::string FindCall(Dwarf_Die* unit, Dwarf_Die* inlined)
         return {};
     }
     const char* name = dwarf_filesrc(files, file, nullptr, nullptr);
-    return name == nullptr || IsStandardHeader(name) ? std::string() : FormatLine(name, static_cast<int>(line));
+    return name == nullptr || IsStandardHeader(name) ? std::string() : FormatLine(unit, name, static_cast<int>(line));
 }
 
 /// The compilation unit of an address, and what is added to its own addresses; null without debug information.
@@ -171,7 +182,7 @@ std::string SourceLookup::FindLine(std::uintptr_t address) const
         return {};
     }
     const std::string caller = IsStandardHeader(file) ? FindCallerOfInlined(unit, address - bias) : std::string();
-    return caller.empty() ? FormatLine(file, line) : caller;
+    return caller.empty() ? FormatLine(unit, file, line) : caller;
 }
 
 #else
