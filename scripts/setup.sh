@@ -31,6 +31,7 @@ TEST_PACKAGES=(
     clang-tidy         # static checks
     binutils           # objdump, for the instructions of log calls
     dpkg-dev           # dpkg-shlibdeps, for the packages
+    file               # tells it which files are programs
     pkg-config         # builds a program against what is installed
     groff-base         # checks the manual pages
     doxygen            # the API pages
