@@ -45,6 +45,7 @@ I386_PACKAGES=(
     g++-multilib      # g++ -m32 and its libraries
     libgtest-dev:i386 # GoogleTest, 32 bits
     libgmock-dev:i386 # its matchers, 32 bits
+    libstdc++6:i386   # the run-time library of a 32-bit system, which our packages for it depend on
 )
 
 # say TEXT...: a step, in bold on a terminal.
