@@ -21,7 +21,7 @@ void StoreInOrder(std::uint32_t& word, std::uint32_t value) { static_cast<volati
 
 void StoreInOrder(std::int32_t& word, std::int32_t value) { static_cast<volatile std::int32_t&>(word) = value; }
 
-/// Copies bytes in ascending order, in machine words as far as they go. The target is 4-byte aligned.
+/// Copies bytes in ascending order, in machine words as far as they go; a target of a word or more is 4-byte aligned.
 unsigned char* CopyInOrder(unsigned char* target, const void* source, std::size_t bytes)
 {
     // A word of the buffer may be part of a number, a wide character or file name bytes, and is aligned to 4 only.

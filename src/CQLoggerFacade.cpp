@@ -62,7 +62,7 @@ CQLoggerFacade::~CQLoggerFacade()
 /// The device, mapped; or null, which leaves the queue to ordinary memory.
 void* CQLoggerFacade::MapSpecialMemory()
 {
-    // O_TRUNC is what the device's driver expects of its user; on a regular file it would take the memory away.
+    // O_TRUNC does nothing to a device. It would empty a regular file, which is why none can stand in for the device.
     m_SpecialMemoryFd = open(SPECIAL_MEMORY_DEVICE_PATH, O_RDWR | O_TRUNC, 0600);
     if (m_SpecialMemoryFd < 0) {
         return nullptr; // the normal case on a machine without reserved memory, so nothing is said

@@ -55,6 +55,18 @@ protected:
     }
     ~CQLoggerFacadeMemoryTest() override { EndFacade(); }
 
+    /// What a logger receives when the text is logged and dispatched.
+    std::vector<std::wstring> TextsAfterLogging(const wchar_t* text)
+    {
+        RecordingLogger logger;
+        const SLevelDef all = {-1, 1000};
+        m_pFacade->RegisterLogger(&logger, 1, &all);
+        LogTo(*m_pFacade, 4000, 1, text);
+        m_pFacade->DispatchLogMessages();
+        m_pFacade->UnRegisterLogger(&logger);
+        return logger.Texts();
+    }
+
     QueueBlock m_Memory;
     FakeDevice m_Device{m_Memory.Bytes()};
     FaultPlan m_Plan;
@@ -135,14 +147,8 @@ TEST_F(CQLoggerFacadeMemoryTest, FacadeWithoutTheDeviceLogsInOrdinaryMemory)
 {
     m_Plan.Fail(Service::Open, EACCES);
     MakeFacade();
-    RecordingLogger logger;
-    const SLevelDef all = {-1, 1000};
-    m_pFacade->RegisterLogger(&logger, 1, &all);
 
-    LogTo(*m_pFacade, 4000, 1, L"text");
-    m_pFacade->DispatchLogMessages();
-
-    EXPECT_THAT(logger.Texts(), ElementsAre(L"text"));
+    EXPECT_THAT(TextsAfterLogging(L"text"), ElementsAre(L"text"));
 }
 
 TEST_F(CQLoggerFacadeMemoryTest, EndingWithoutTheDeviceUnmapsAndClosesNothing)
@@ -182,14 +188,8 @@ TEST_F(CQLoggerFacadeMemoryTest, FacadeWithoutTheMappingLogsInOrdinaryMemory)
 {
     m_Plan.Fail(Service::Mmap, ENOMEM);
     MakeFacade();
-    RecordingLogger logger;
-    const SLevelDef all = {-1, 1000};
-    m_pFacade->RegisterLogger(&logger, 1, &all);
 
-    LogTo(*m_pFacade, 4000, 1, L"text");
-    m_pFacade->DispatchLogMessages();
-
-    EXPECT_THAT(logger.Texts(), ElementsAre(L"text"));
+    EXPECT_THAT(TextsAfterLogging(L"text"), ElementsAre(L"text"));
 }
 
 TEST_F(CQLoggerFacadeMemoryTest, EndingWithoutTheMappingUnmapsNothingAndClosesNothingAgain)
