@@ -1,6 +1,7 @@
 #include "CQLoggerFacade.h"
 
 #include "LockGuard.h"
+#include "MessageFormat.h"
 #include "RelaxedAccess.h"
 #include "SystemClocks.h"
 
@@ -10,7 +11,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cwchar>
 #include <memory>
 #include <new>
 
@@ -207,7 +207,7 @@ void CQLoggerFacade::Log(int level, int category, const char* file, int line, co
     const unsigned int threadId = GetThreadId();
     wchar_t text[TEXT_SIZE];
     // A text that is too long, or that cannot be converted, leaves what was formatted so far.
-    std::vswprintf(text, TEXT_SIZE, format, args);
+    FormatMessage(text, TEXT_SIZE, format, args);
     text[TEXT_SIZE - 1] = L'\0';
     m_pQueue->WriteMessage(level, category, time, threadId, file, line, text);
 }
