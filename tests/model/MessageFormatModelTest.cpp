@@ -318,10 +318,12 @@ protected:
     {
         Messages messages;
         const int count = NumberOfMessages();
-        g_FallBacks = 0;
+        unsigned long fallBacks = 0;
         for (int i = 0; i < count; ++i) {
             messages.Draw();
+            g_FallBacks = 0;
             const SResult ours = Caller(FormatMessage, messages.size, messages.format, messages.arguments).Call();
+            fallBacks += g_FallBacks;
             const SResult theirs = Caller(CLibrary, messages.size, messages.format, messages.arguments).Call();
             if (ours.value != theirs.value || std::wcscmp(ours.text, theirs.text) != 0 ||
                 (ours.value > 0 && std::wmemcmp(ours.text, theirs.text, static_cast<std::size_t>(ours.value)) != 0)) {
@@ -331,7 +333,7 @@ protected:
                 break;
             }
         }
-        return static_cast<int>(g_FallBacks * 100 / static_cast<unsigned long>(count));
+        return static_cast<int>(fallBacks * 100 / static_cast<unsigned long>(count));
     }
 };
 
