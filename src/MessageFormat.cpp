@@ -399,6 +399,9 @@ bool Formatter::String(const SConversion& conversion)
 bool Formatter::Number(const SConversion& conversion, const SPrefix& prefix, std::uint64_t value, const wchar_t* begin,
                        const wchar_t* end)
 {
+    if (value == 0 && conversion.zero) {
+        return false; // glibc prints no digit after a "%.f" in the same format
+    }
     const int size = value == 0 && conversion.precision == 0 ? 0 : static_cast<int>(end - begin);
     int zeros = conversion.precision - size;
     if (conversion.zero && !conversion.left && conversion.precision < 0) {
