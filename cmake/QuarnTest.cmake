@@ -17,7 +17,8 @@ set(QUARN_WRAPPED_CALLS
 set(QUARN_THREAD_TESTS
   AllocationFeederTest ApplicationTimeTest CQAllocationInfoReportTest CQAllocationInfoTest CQApplicationTimeTest
   CQLogQueueLockTest CQLogQueueThreadsTest CQLoggerFacadeDispatchTest CQUpdateThreadTest ClockLifeTest
-  ControlLoopExampleTest InterpositionTest KillTest LifeCycleTest LoggerExamplesTest ThreadsTest ThrottleTest)
+  ControlLoopExampleTest ExitTest ForkTest InterpositionTest KillTest LifeCycleTest LoadTest LoggerExamplesTest
+  RegistrationLoadTest ThreadsTest ThrottleTest)
 option(QUARN_TEST_EVERYTHING "Run the single-threaded tests under the thread sanitizer, too" OFF)
 
 # Test code need not be fast, but there is a lot of it to compile, above all under a sanitizer. The library itself is
