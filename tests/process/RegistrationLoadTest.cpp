@@ -41,7 +41,7 @@ public:
             m_OnLog();
         }
     }
-    void MessagesDropped(unsigned int count) override { m_Dropped += count; }
+    void MessagesDropped(unsigned int count) override { m_Dropped += static_cast<long>(count); }
     void SetErrorHandler(IQErrorHandler*) override {}
 
     long m_Delivered = 0;

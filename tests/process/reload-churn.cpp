@@ -1,0 +1,125 @@
+// Loads and unloads the library many times: reload-churn <library> <rounds> <folder for the log>. In each round it logs
+// to a file, and starts and ends the application clock. Then it tells by how much the process has grown since the first
+// rounds.
+//
+// The clocks are its own and are moved by sleeps alone: a thread that sleeps for a second, and a file that waits for
+// the next second to get a name, go on at once.
+
+#include <QuarnLogging/Logging.h>
+
+#include <dlfcn.h>
+#include <malloc.h>
+#include <sched.h>
+#include <time.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+using namespace Quarn::Logging;
+
+namespace {
+
+std::atomic<long> g_Seconds{1715953509};
+
+template <class Function>
+Function Find(void* library, const char* name)
+{
+    return reinterpret_cast<Function>(dlsym(library, name));
+}
+
+void LogText(LogFunc logFunc, const wchar_t* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    logFunc(LEVEL_ERROR, 1, "reload-churn.cpp", 7, format, args);
+    va_end(args);
+}
+
+bool RunRound(const char* file, int round, const std::string& folder)
+{
+    void* const library = dlopen(file, RTLD_NOW);
+    if (library == nullptr) {
+        std::puts(dlerror());
+        return false;
+    }
+    const std::wstring options = L"ldebug;L" + std::wstring(folder.begin(), folder.end()) + L"/app-%T.txt;N3";
+    Find<void (*)(const wchar_t*)>(library, "SetLogOptions")(options.c_str());
+    LogText(*Find<LogFunc*>(library, "g_pLogFunc"), L"round %d", round);
+    Find<void (*)()>(library, "InitApplicationTime")();
+    LogText(*Find<LogFunc*>(library, "g_pLogFunc"), L"at %f", Find<double (*)()>(library, "GetClockTime")());
+    Find<void (*)()>(library, "FiniApplicationTime")();
+    return dlclose(library) == 0;
+}
+
+long Entries(const char* folder)
+{
+    return static_cast<long>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+struct SSize
+{
+    long mappings = 0;
+    long descriptors = 0;
+    long heap = 0;
+    bool isLoaded = false;
+};
+
+SSize Measure()
+{
+    // A thread that was joined may be listed for a moment yet. One that was not would be listed for ever.
+    while (Entries("/proc/self/task") != 1) {
+        sched_yield();
+    }
+    SSize size;
+    size.heap = static_cast<long>(mallinfo2().uordblks + mallinfo2().hblkhd);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        ++size.mappings;
+        size.isLoaded = size.isLoaded || line.find("libQuarnLogging.so") != std::string::npos;
+    }
+    size.descriptors = Entries("/proc/self/fd");
+    return size;
+}
+
+} // namespace
+
+extern "C" {
+
+int clock_gettime(clockid_t, timespec* now) noexcept
+{
+    *now = {static_cast<time_t>(g_Seconds.load()), 0};
+    return 0;
+}
+
+int nanosleep(const timespec*, timespec*)
+{
+    ++g_Seconds;
+    sched_yield();
+    return 0;
+}
+
+} // extern "C"
+
+int main(int, char** argv)
+{
+    constexpr int FIRST_ROUNDS = 20;
+    const int rounds = std::atoi(argv[2]);
+    SSize before;
+    for (int round = 0; round < rounds + FIRST_ROUNDS; ++round) {
+        if (round == FIRST_ROUNDS) {
+            before = Measure();
+        }
+        if (!RunRound(argv[1], round, argv[3])) {
+            return 1;
+        }
+    }
+    const SSize after = Measure();
+    std::printf("mappings %+ld, descriptors %+ld, heap %+ld bytes, %s\n", after.mappings - before.mappings,
+                after.descriptors - before.descriptors, after.heap - before.heap,
+                after.isLoaded ? "still loaded" : "unloaded");
+}
