@@ -132,10 +132,10 @@ TEST_F(ExitTest, ThreadThatIsCancelledInsideALoggerLeavesLoggingInOrder)
 
 TEST_F(ExitTest, ChildThatEndsWithUnderscoreExitSharesTheFileWithItsParent)
 {
-    const SFinishedProcess run = Run("fork-child-_exits");
+    const SFinishedProcess run = Run("fork-child-logs");
 
     EXPECT_EQ(run.exitCode, 0) << run.errors;
-    EXPECT_THAT(TextsPutAside(), ElementsAre("written", "of the child", "after the child"));
+    EXPECT_THAT(TextsPutAside(), ElementsAre("before the fork", "of the child", "after the child"));
 }
 
 TEST_F(ExitTest, ChildThatExitsPutsTheParentsFileAside)
@@ -144,7 +144,16 @@ TEST_F(ExitTest, ChildThatExitsPutsTheParentsFileAside)
 
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_EQ(m_Dir.Names("log").size(), 1U);
-    EXPECT_THAT(TextsPutAside(), ElementsAre("written", "after the child")) << "the parent writes on, under that name";
+    EXPECT_THAT(TextsPutAside(), ElementsAre("before the fork", "after the child"))
+        << "the parent writes on, under that name";
+}
+
+TEST_F(ExitTest, ParentDeliversWhatAChildQueuedInTheReservedMemory)
+{
+    const SFinishedProcess run = Run("fork-child-queues");
+
+    EXPECT_EQ(run.exitCode, 0) << run.errors;
+    EXPECT_THAT(TextsPutAside(), ElementsAre("before the fork", "of the child", "after the child"));
 }
 
 } // namespace

@@ -83,6 +83,17 @@ void CatchOnTheCallersSide()
     UnRegisterLogger(&g_ActingLogger);
 }
 
+void ForkAndLog(const std::function<void()>& actAsChild)
+{
+    LogText(L"before the fork");
+    const pid_t child = fork();
+    if (child == 0) {
+        actAsChild();
+    }
+    waitpid(child, nullptr, 0);
+    LogText(L"after the child");
+}
+
 void QueueTwo()
 {
     LogText(L"written");
@@ -105,26 +116,21 @@ int main(int, char** argv)
         {"throw-in-logger", CatchOnTheCallersSide},
         {"pthread_exit-in-logger", [] { LogOnAThread([] { pthread_exit(nullptr); }); }},
         {"cancel-in-logger", [] { LogOnAThread(CancelThisThread); }},
-        {"fork-child-exits",
+        {"fork-child-exits", [] { ForkAndLog([] { std::exit(0); }); }},
+        {"fork-child-logs",
          [] {
-             LogText(L"written");
-             std::fflush(nullptr);
-             if (const pid_t child = fork(); child == 0) {
-                 std::exit(0);
-             } else {
-                 waitpid(child, nullptr, 0);
-             }
-             LogText(L"after the child");
-         }},
-        {"fork-child-_exits", [] {
-             LogText(L"written");
-             if (const pid_t child = fork(); child == 0) {
+             ForkAndLog([] {
                  LogText(L"of the child");
                  _exit(0);
-             } else {
-                 waitpid(child, nullptr, 0);
-             }
-             LogText(L"after the child");
+             });
+         }},
+        {"fork-child-queues", [] {
+             EnableAutologging(false);
+             ForkAndLog([] {
+                 LogText(L"of the child");
+                 _exit(0);
+             });
+             DispatchQueuedLogMessages();
          }}};
     SetLogOptions(std::wstring(argv[2], argv[2] + std::char_traits<char>::length(argv[2])).c_str());
     ways.at(argv[1])();
