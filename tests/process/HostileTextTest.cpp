@@ -105,6 +105,26 @@ TEST_F(HostileTextTest, ConversionsInAFileNameAreCharactersOfTheName)
     EXPECT_THAT(*names.begin(), testing::MatchesRegex("%n%s%999999d-[0-9]+-[0-9]+\\.txt"));
 }
 
+TEST_F(HostileTextTest, LinkUnderTheNameOfTheLogFileIsPutAsideAndItsTargetKept)
+{
+    m_Dir.Write("target", "precious");
+    std::filesystem::create_symlink(m_Dir.File("target"), m_Dir.Path() / "app.txt");
+
+    LogToFile();
+
+    EXPECT_EQ(m_Dir.Read("target"), "precious");
+    EXPECT_FALSE(std::filesystem::is_symlink(m_Dir.Path() / "app.txt"));
+}
+
+TEST_F(HostileTextTest, LinkToNowhereUnderTheNameOfTheLogFileIsFollowed)
+{
+    std::filesystem::create_symlink(m_Dir.File("target"), m_Dir.Path() / "app.txt");
+
+    LogToFile();
+
+    EXPECT_TRUE(m_Dir.Has("target")) << "why nobody else may write to the folder of the log";
+}
+
 TEST_F(HostileTextTest, EscapeSequencesAndLineFeedsPassUnchanged)
 {
     LogToFile();
