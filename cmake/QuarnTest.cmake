@@ -10,8 +10,8 @@ include(GoogleTest)
 # The services that tests/support/PlatformDoubles.cpp replaces.
 set(QUARN_WRAPPED_CALLS
   clock_gettime clock_settime close fclose fopen64 mkdir mmap munmap nanosleep ntp_adjtime open pthread_mutex_destroy
-  pthread_mutex_init pthread_mutex_lock pthread_mutexattr_destroy pthread_mutexattr_init pthread_mutexattr_setprotocol
-  pthread_mutexattr_settype rename stat64 unlink)
+  pthread_mutex_init pthread_mutex_lock pthread_mutex_trylock pthread_mutexattr_destroy pthread_mutexattr_init
+  pthread_mutexattr_setprotocol pthread_mutexattr_settype rename stat64 unlink)
 
 # The programs in which threads meet: all that the thread sanitizer can have something to say about.
 set(QUARN_THREAD_TESTS
