@@ -70,6 +70,10 @@ bool Exists(std::wstring_view name)
     return stat(Narrow(name).c_str(), &status) == 0;
 }
 
+/// Whether the file system would get a part of the name only: a character like U+0100 has 0 in its low 8 bits. Where
+/// the time stamp is behind it, every time-stamped name would be the one of the current file, and a rotation never end.
+bool EndsEarly(std::wstring_view name) { return Narrow(name).find('\0') != std::string::npos; }
+
 bool IsOldFile(std::wstring_view name, std::wstring_view base, std::wstring_view suffix)
 {
     return name.substr(0, base.size()) == base && name.size() >= suffix.size() &&
@@ -228,6 +232,10 @@ void CQAceLogger::SplitPattern()
 void CQAceLogger::OpenFile()
 {
     m_BytesWritten = 0;
+    if (EndsEarly(View(m_FileName))) {
+        m_pStream = nullptr;
+        return;
+    }
     if (Exists(View(m_FileName))) {
         Rotate();
     }
