@@ -3,8 +3,17 @@
 # The program is asked, with --skin=posix, for --cflags and --ldflags: what makes the linker bind the platform calls of
 # the library (-Wl,--wrap=...) to the co-kernel's POSIX interface. Options of its own follow it after semicolons, for
 # instance one that keeps a shared library from starting the co-kernel for the program.
+#
+# QUARN_LOCK_TRIES: how often a lock is tried before a thread waits for it; see src/LockGuard.h.
 
 set(QUARN_COKERNEL_CONFIG "" CACHE STRING "Config program of the co-kernel that serves the library's platform calls")
+
+if(QUARN_COKERNEL_CONFIG)
+  set(QUARN_DEFAULT_LOCK_TRIES 0)
+else()
+  set(QUARN_DEFAULT_LOCK_TRIES 50)
+endif()
+set(QUARN_LOCK_TRIES ${QUARN_DEFAULT_LOCK_TRIES} CACHE STRING "Tries of a lock before a thread waits for it")
 
 function(quarn_ask_cokernel question variable)
   execute_process(COMMAND ${QUARN_COKERNEL_CONFIG} --skin=posix "${question}"

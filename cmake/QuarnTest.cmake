@@ -10,14 +10,15 @@ include(GoogleTest)
 # The services that tests/support/PlatformDoubles.cpp replaces.
 set(QUARN_WRAPPED_CALLS
   clock_gettime clock_settime close fclose fopen64 mkdir mmap munmap nanosleep ntp_adjtime open pthread_mutex_destroy
-  pthread_mutex_init pthread_mutex_lock pthread_mutexattr_destroy pthread_mutexattr_init pthread_mutexattr_setprotocol
-  pthread_mutexattr_settype rename stat64 unlink)
+  pthread_mutex_init pthread_mutex_lock pthread_mutex_trylock pthread_mutexattr_destroy pthread_mutexattr_init
+  pthread_mutexattr_setprotocol pthread_mutexattr_settype rename stat64 unlink)
 
 # The programs in which threads meet: all that the thread sanitizer can have something to say about.
 set(QUARN_THREAD_TESTS
   AllocationFeederTest ApplicationTimeTest CQAllocationInfoReportTest CQAllocationInfoTest CQApplicationTimeTest
   CQLogQueueLockTest CQLogQueueThreadsTest CQLoggerFacadeDispatchTest CQUpdateThreadTest ClockLifeTest
-  ControlLoopExampleTest InterpositionTest KillTest LifeCycleTest LoggerExamplesTest ThreadsTest ThrottleTest)
+  ControlLoopExampleTest ExitTest ForkTest InterpositionTest KillTest LifeCycleTest LoadTest LoggerExamplesTest
+  RegistrationLoadTest ThreadsTest ThrottleTest)
 option(QUARN_TEST_EVERYTHING "Run the single-threaded tests under the thread sanitizer, too" OFF)
 
 # Test code need not be fast, but there is a lot of it to compile, above all under a sanitizer. The library itself is

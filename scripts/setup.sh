@@ -27,6 +27,7 @@ TEST_PACKAGES=(
     libgmock-dev       # its matchers
     libbenchmark-dev   # the benchmarks, which the tests build
     clang              # the second compiler
+    libclang-rt-dev    # its sanitizers and libFuzzer, for both word sizes
     clang-format       # layout
     clang-tidy         # static checks
     binutils           # objdump, for the instructions of log calls

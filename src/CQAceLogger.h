@@ -10,6 +10,8 @@
 
 namespace Quarn::Logging {
 
+struct SLogLine;
+
 /// @brief The logger that comes with the library: one line for each message, to the console or to a log file.
 ///
 /// A log file has a current name, and when it is full, deselected or left over from an earlier run it is renamed to a
@@ -54,6 +56,8 @@ public:
 private:
     using WideString = ACE_String_Base<wchar_t>;
 
+    int Write(const SLogLine& line);
+    int WriteWide(const SLogLine& line);
     void SplitPattern();
     void OpenFile();
     void CloseFile();

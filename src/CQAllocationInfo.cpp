@@ -1,5 +1,6 @@
 #include <QuarnLogging/CQAllocationInfo.h>
 
+#include "LockGuard.h"
 #include "LoggingGlobals.h"
 #include "RecursiveMutex.h"
 
@@ -24,11 +25,10 @@ const unsigned int CQAllocationInfo::FIRST_VALID_ALLOC_POS_ID;
 namespace {
 
 // The mutex is taken and released by plain calls, not by a guard, on purpose: an exception leaves it locked, and
-// callers that break the contract stop instead of going on with a registry that is only half updated. The POSIX calls
-// stand here in plain sight of the linker, as those for the other locks of the library do.
+// callers that break the contract stop instead of going on with a registry that is only half updated.
 
 /// False if the lock cannot be taken; the operation is then left without effect.
-[[nodiscard]] bool Lock(ACE_Thread_Mutex& mutex) { return pthread_mutex_lock(&mutex.lock()) == 0; }
+[[nodiscard]] bool Lock(ACE_Thread_Mutex& mutex) { return LockNativeMutex(mutex.lock()) == 0; }
 
 void Unlock(ACE_Thread_Mutex& mutex) { pthread_mutex_unlock(&mutex.lock()); }
 

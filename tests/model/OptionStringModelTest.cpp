@@ -1,5 +1,6 @@
 #include "CQOptionParser.h"
 
+#include "OptionStringReference.h"
 #include "SeededRandom.h"
 
 #include <gtest/gtest.h>
@@ -16,131 +17,6 @@ using namespace Quarn::Logging;
 using namespace QuarnTest;
 
 namespace {
-
-/// Settings as an options string gives them.
-struct SSettings
-{
-    int level = 9999;
-    std::vector<std::pair<int, int>> levels;
-    bool color = false;
-    std::wstring name;
-    std::uint32_t size = 0;
-    std::uint32_t count = 0;
-};
-
-// The grammar once more, as tables and digit strings, and without any position in the text that moves.
-
-constexpr std::pair<std::wstring_view, int> LEVEL_CHARACTERS[] = {
-    {L"Dd54", 1000}, {L"Ii3", 2000}, {L"Ww2", 3000}, {L"Ee1", 4000}};
-
-int LevelOf(wchar_t character)
-{
-    for (const auto& [characters, level] : LEVEL_CHARACTERS) {
-        if (characters.find(character) != std::wstring_view::npos) {
-            return level;
-        }
-    }
-    return 9999;
-}
-
-/// These two split off what is in front of the first character that is not, or that is, one of a set.
-std::wstring_view TakeWhile(std::wstring_view& text, std::wstring_view set)
-{
-    const std::wstring_view taken = text.substr(0, text.find_first_not_of(set));
-    text.remove_prefix(taken.size());
-    return taken;
-}
-
-std::wstring_view TakeUpTo(std::wstring_view& text, std::wstring_view set)
-{
-    const std::wstring_view taken = text.substr(0, text.find_first_of(set));
-    text.remove_prefix(taken.size());
-    return taken;
-}
-
-constexpr std::wstring_view DIGITS = L"0123456789";
-constexpr std::wstring_view WHITE_SPACE = L" \t\n\v\f\r"; // of the locale "C"
-
-/// A decimal number of any length: modulo 2^32, and whether it is 2^32 or more.
-std::pair<std::uint32_t, bool> ValueOf(std::wstring_view digits)
-{
-    std::uint64_t value = 0;
-    bool large = false;
-    for (const wchar_t digit : digits) {
-        value = value * 10 + DIGITS.find(digit);
-        large = large || value > 0xFFFFFFFF;
-        value &= 0xFFFFFFFF;
-    }
-    return {static_cast<std::uint32_t>(value), large};
-}
-
-int TakeCategory(std::wstring_view& text)
-{
-    const bool negative = !text.empty() && text.front() == L'-';
-    text.remove_prefix(negative ? 1 : 0);
-    const std::uint32_t value = ValueOf(TakeWhile(text, DIGITS)).first;
-    return static_cast<int>(negative ? 0 - value : value);
-}
-
-/// The number at the front, and what is behind it; all of the text if there is none.
-std::pair<std::uint32_t, std::wstring_view> NumberOf(const std::wstring_view text)
-{
-    std::wstring_view rest = text;
-    TakeWhile(rest, WHITE_SPACE);
-    const bool negative = !rest.empty() && rest.front() == L'-';
-    rest.remove_prefix(!rest.empty() && (rest.front() == L'-' || rest.front() == L'+') ? 1 : 0);
-    const std::wstring_view digits = TakeWhile(rest, DIGITS);
-    if (digits.empty()) {
-        return {0, text};
-    }
-    const auto [value, large] = ValueOf(digits);
-    return {large ? 0xFFFFFFFF : negative ? 0 - value : value, rest};
-}
-
-void ApplyLevelOption(std::wstring_view& text, SSettings& settings)
-{
-    settings.level = text.empty() ? 9999 : LevelOf(text.front());
-    text.remove_prefix(text.empty() ? 0 : 1); // a ";" too
-    TakeUpTo(text, L";");
-}
-
-void ApplyCategoryOption(std::wstring_view& text, SSettings& settings)
-{
-    while (!text.empty() && text.front() != L';') {
-        const int category = TakeCategory(text);
-        settings.levels.emplace_back(category, text.empty() ? 9999 : LevelOf(text.front()));
-        text.remove_prefix(text.empty() ? 0 : 1); // a ";" too
-    }
-}
-
-SSettings Model(std::wstring_view text)
-{
-    SSettings settings;
-    for (TakeWhile(text, L";"); !text.empty(); TakeWhile(text, L";")) {
-        const wchar_t letter = text.front();
-        text.remove_prefix(1);
-        if (letter == L'l') {
-            ApplyLevelOption(text, settings);
-            continue;
-        }
-        if (letter == L'o') {
-            ApplyCategoryOption(text, settings);
-            continue;
-        }
-        const std::wstring_view value = TakeUpTo(text, L";");
-        const auto [number, rest] = NumberOf(value);
-        if (letter == L'c') {
-            settings.color = true;
-        } else if (letter == L'L') {
-            settings.name += value;
-        } else if (letter == L'S') {
-            settings.size = rest == L"M" ? number << 20 : rest == L"k" ? number << 10 : number;
-        } else if (letter == L'N') {
-            settings.count = number;
-        }
-    }
-    return settings;
-}
 
 std::wstring Noise(SeededRandom& random, int maxLength)
 {
@@ -232,7 +108,7 @@ std::string Literal(const std::wstring& text)
 
 void ExpectReadAsModelled(const std::wstring& options)
 {
-    const SSettings expected = Model(options);
+    const SOptionSettings expected = SettingsByReference(options);
     CQOptionParser parser;
 
     parser.ParseOptions(options.c_str());

@@ -272,6 +272,7 @@ int __real_open(const char* path, int flags, ...);
 int __real_pthread_mutex_destroy(pthread_mutex_t* mutex);
 int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
+int __real_pthread_mutex_trylock(pthread_mutex_t* mutex);
 int __real_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes);
 int __real_pthread_mutexattr_init(pthread_mutexattr_t* attributes);
 int __real_pthread_mutexattr_setprotocol(pthread_mutexattr_t* attributes, int protocol);
@@ -429,6 +430,15 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
 {
     const int error = PlannedError(Service::MutexLock);
     return error != 0 ? error : __real_pthread_mutex_lock(mutex);
+}
+
+int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex)
+{
+    int error = PlannedError(Service::MutexTrylock);
+    if (error == 0) {
+        error = PlannedError(Service::MutexLock);
+    }
+    return error != 0 ? error : __real_pthread_mutex_trylock(mutex);
 }
 
 int __wrap_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes)

@@ -30,7 +30,8 @@ enum class Service {
     Open,
     MutexDestroy,
     MutexInit,
-    MutexLock,
+    MutexLock,    ///< Whether it is tried or waited for.
+    MutexTrylock, ///< A try alone.
     MutexattrDestroy,
     MutexattrInit,
     MutexattrSetprotocol,

@@ -387,6 +387,19 @@ TEST_F(CQAceLoggerFileTest, EmptyFileIsRenamedToo)
     EXPECT_EQ(m_Dir.Read("log/app-20240517-134509.txt"), "");
 }
 
+/// The low 8 bits of U+0100 are 0, which ends a name: every time-stamped name would be "app", and none ever free.
+TEST_F(CQAceLoggerFileTest, NameThatWouldEndEarlyOpensNoFile)
+{
+    m_Dir.Write("app", "not the logger's");
+
+    Select(L"app\u0100-%T.txt");
+    Write(L"nowhere");
+    EndLogger();
+
+    EXPECT_EQ(m_Dir.Names(), Names{"app"});
+    EXPECT_EQ(m_Dir.Read("app"), "not the logger's");
+}
+
 TEST_F(CQAceLoggerFileTest, EndAfterAFailedOpenRenamesNothing)
 {
     Select(L"a/b/app.txt");

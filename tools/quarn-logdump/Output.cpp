@@ -115,9 +115,9 @@ void Output::WriteInfo(const QueueReader& queue, std::uint64_t offset, std::size
 std::string Output::LineOf(const SRecordView& record, double startTime) const
 {
     const std::wstring text = m_Style.toTerminal ? WithoutControls(record.text) : record.text;
-    wchar_t buffer[LOG_LINE_SIZE];
-    FormatLogLine(buffer, m_Style.color, record.level, record.category, WallTimeOf(record, startTime), record.threadId,
-                  FileNameOf(record).c_str(), record.line, text.c_str());
+    wchar_t buffer[LOG_LINE_BUFFER_SIZE];
+    FormatLogLine(buffer, {m_Style.color, record.level, record.category, WallTimeOf(record, startTime), record.threadId,
+                           FileNameOf(record).c_str(), record.line, text.c_str()});
     std::string line = ToUtf8(buffer);
     if (line.empty() || line.back() != '\n') {
         line += m_Style.color ? "\x1b[0m\n" : "\n";
