@@ -399,8 +399,8 @@ bool Formatter::String(const SConversion& conversion)
 bool Formatter::Number(const SConversion& conversion, const SPrefix& prefix, std::uint64_t value, const wchar_t* begin,
                        const wchar_t* end)
 {
-    if (value == 0 && conversion.zero) {
-        return false; // glibc prints no digit after a "%.f" in the same format
+    if (value == 0 && conversion.zero && conversion.length == Length::LONG_LONG) {
+        return false; // on i386 glibc prints no digit for the "%0lld" of "%f %0lld"
     }
     const int size = value == 0 && conversion.precision == 0 ? 0 : static_cast<int>(end - begin);
     int zeros = conversion.precision - size;

@@ -1,6 +1,7 @@
 #include "MessageFormat.h"
 
 #include "SeededRandom.h"
+#include "TestDepth.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,6 @@
 #include <climits>
 #include <clocale>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <limits>
@@ -297,12 +297,6 @@ private:
     SeededRandom m_Random;
 };
 
-int NumberOfMessages()
-{
-    const char* const depth = std::getenv("QUARN_TEST_DEPTH");
-    return depth != nullptr && std::string(depth) == "nightly" ? 3000000 : 60000;
-}
-
 /// Restores locale and rounding, of which each test has its own.
 class MessageFormatModelTest : public testing::Test
 {
@@ -317,7 +311,7 @@ protected:
     static int CompareMany()
     {
         Messages messages;
-        const int count = NumberOfMessages();
+        const int count = ByDepth(60000, 1000000);
         unsigned long fallBacks = 0;
         for (int i = 0; i < count; ++i) {
             messages.Draw();
