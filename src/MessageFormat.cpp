@@ -95,6 +95,7 @@ public:
     const wchar_t* End() const { return m_pNext; }
 
 private:
+    void CopyLiteral();
     bool Convert();
     void ReadFlags(SConversion& conversion);
     bool ReadWidth(SConversion& conversion);
@@ -130,29 +131,36 @@ private:
 bool Formatter::Run()
 {
     for (;;) {
-        wchar_t character = *m_pFormat++;
-        if (character == L'%') {
-            if (*m_pFormat != L'%') {
-                if (!Convert()) {
-                    return false;
-                }
-                continue;
-            }
-            ++m_pFormat;
-        } else if (character == L'\0') {
+        CopyLiteral();
+        const wchar_t character = *m_pFormat++;
+        if (character == L'\0') {
             *m_pNext = L'\0';
             return true;
         }
-        if (m_pNext == m_pLast) {
+        if (character != L'%' || !Convert()) { // a literal that does not fit, or what is not known here
             return false;
         }
-        *m_pNext++ = character;
     }
+}
+
+/// Copies up to the next conversion, or as far as there is room.
+void Formatter::CopyLiteral()
+{
+    const wchar_t* format = m_pFormat; // locals, which stay in registers
+    wchar_t* next = m_pNext;
+    while (*format != L'%' && *format != L'\0' && next != m_pLast) {
+        *next++ = *format++;
+    }
+    m_pFormat = format;
+    m_pNext = next;
 }
 
 bool Formatter::Convert()
 {
     SConversion conversion;
+    if (*m_pFormat == L'%') {
+        return Field(conversion, SPrefix(), 0, m_pFormat++, 1);
+    }
     ReadFlags(conversion);
     if (!ReadWidth(conversion) || !ReadPrecision(conversion)) {
         return false;
