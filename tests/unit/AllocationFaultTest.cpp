@@ -245,7 +245,7 @@ INSTANTIATE_TEST_SUITE_P(
                       [](CQAllocationInfo& r, void* o) { r.AddInfo(L"src/another/folder/other.cpp", 1, o, 8); }, 5},
         SRegistryCall{"AddInfoOfAKnownSite", [](CQAllocationInfo& r, void* o) { r.AddInfo(FILE_NAME, 10, o, 8); }, 2},
         SRegistryCall{"TryRemoveInfo",
-                      [](CQAllocationInfo& r, void* o) { r.TryRemoveInfo(static_cast<char*>(o) - 50); }, 0},
+                      [](CQAllocationInfo& r, void* o) { r.TryRemoveInfo(static_cast<char*>(o) - 50); }, 1},
         SRegistryCall{"ClearInfo", [](CQAllocationInfo& r, void*) { r.ClearInfo(); }, 0},
         SRegistryCall{"AddLineNumber", [](CQAllocationInfo& r, void*) { r.AddLineNumberUsedForMemoryDump(11); }, 1},
         SRegistryCall{"AddObjectSize", [](CQAllocationInfo& r, void*) { r.AddObjectSizeUsedForMemoryDump(8); }, 1},
