@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cwchar>
 #include <new>
@@ -96,6 +97,9 @@ bool WriteToDescriptor(int descriptor, const char* bytes, std::size_t size)
     }
     while (size != 0) {
         const ssize_t written = write(descriptor, bytes, size);
+        if (written < 0 && errno == EINTR) {
+            continue; // a signal of the application's is no reason to lose the rest of a line
+        }
         if (written <= 0) {
             break;
         }

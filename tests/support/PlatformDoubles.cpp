@@ -31,8 +31,10 @@ struct SPlannedFault
     std::atomic<int> firstFailing; // 0: none
     std::atomic<int> lastFailing;
     std::atomic<int> error;
+    std::atomic<int> actingCall; // 0: none
 };
 SPlannedFault g_Faults[static_cast<int>(Service::Count)];
+std::atomic<const std::function<void()>*> g_PlannedAct;
 
 struct SFakeClockState
 {
@@ -77,6 +79,9 @@ int PlannedError(Service service)
 {
     SPlannedFault& fault = FaultOf(service);
     const int call = ++fault.calls;
+    if (call == fault.actingCall) {
+        (*g_PlannedAct)();
+    }
     return fault.firstFailing != 0 && call >= fault.firstFailing && call <= fault.lastFailing ? fault.error.load() : 0;
 }
 
@@ -134,6 +139,7 @@ FaultPlan::FaultPlan()
     for (SPlannedFault& fault : g_Faults) {
         fault.calls = 0;
         fault.firstFailing = 0;
+        fault.actingCall = 0;
     }
 }
 
@@ -141,6 +147,7 @@ FaultPlan::~FaultPlan()
 {
     for (SPlannedFault& fault : g_Faults) {
         fault.firstFailing = 0;
+        fault.actingCall = 0;
     }
 }
 
@@ -150,6 +157,15 @@ void FaultPlan::Fail(Service service, int error, int nth, int times)
     fault.error = error;
     fault.lastFailing = fault.calls + nth + times - 1;
     fault.firstFailing = fault.calls + nth;
+}
+
+void FaultPlan::Before(Service service, std::function<void()> act, int nth)
+{
+    SPlannedFault& fault = FaultOf(service);
+    fault.actingCall = 0;
+    m_Act = std::move(act);
+    g_PlannedAct = &m_Act;
+    fault.actingCall = fault.calls + nth;
 }
 
 int FaultPlan::Calls(Service service) const { return FaultOf(service).calls; }

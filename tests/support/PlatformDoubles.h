@@ -54,8 +54,14 @@ public:
     /// Lets the nth call from now on (1: the next) fail with error, and times - 1 calls after it.
     void Fail(Service service, int error, int nth = 1, int times = 1);
 
+    /// Runs act in front of the nth call from now on of a service, on the thread that makes it. One at a time.
+    void Before(Service service, std::function<void()> act, int nth = 1);
+
     /// Calls of a service since the plan was made, failed ones included.
     int Calls(Service service) const;
+
+private:
+    std::function<void()> m_Act;
 };
 
 /// Clocks that stand still until the test moves them, and what sleeps do to them.
