@@ -138,6 +138,7 @@ void CQAllocationInfo::AddInfo(const wchar_t* fileName, unsigned int line, void*
 CQAllocationInfo::SQAllocInfo& CQAllocationInfo::GetSite(const wchar_t* fileName, int line)
 {
     if (fileName == nullptr) { // a view of null would be undefined, a string of it throws std::logic_error
+        // cppcheck-suppress nullPointerRedundantCheck ; meant to throw
         return m_FileInfo[std::wstring(fileName)][line]; // NOLINT(clang-analyzer-cplusplus.StringChecker): meant to
     }
     auto file = m_FileInfo.lower_bound(std::wstring_view(fileName));
