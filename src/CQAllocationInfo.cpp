@@ -90,7 +90,7 @@ CQAllocationInfo::~CQAllocationInfo()
     try {
         EnableAddInfo(false); // first, so that freeing the registry's own memory cannot feed it
         ClearInfo();
-    } catch (...) { // a destructor does not throw; the members go either way
+    } catch (...) { // unreachable: nothing throws here, but a destructor must not; the members go either way
     }
     DestroyNativeMutex(m_Mutex);
 }
@@ -139,7 +139,8 @@ CQAllocationInfo::SQAllocInfo& CQAllocationInfo::GetSite(const wchar_t* fileName
 {
     if (fileName == nullptr) { // a view of null would be undefined, a string of it throws std::logic_error
         // cppcheck-suppress nullPointerRedundantCheck ; meant to throw
-        return m_FileInfo[std::wstring(fileName)][line]; // NOLINT(clang-analyzer-cplusplus.StringChecker): meant to
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.StringChecker): meant to
+        return m_FileInfo[std::wstring(fileName)][line]; // unreachable: beyond the exception
     }
     auto file = m_FileInfo.lower_bound(std::wstring_view(fileName));
     if (file == m_FileInfo.end() || file->first != fileName) {
