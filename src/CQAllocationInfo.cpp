@@ -139,8 +139,7 @@ CQAllocationInfo::SQAllocInfo& CQAllocationInfo::GetSite(const wchar_t* fileName
 {
     if (fileName == nullptr) { // a view of null would be undefined, a string of it throws std::logic_error
         // cppcheck-suppress nullPointerRedundantCheck ; meant to throw
-        // NOLINTNEXTLINE(clang-analyzer-cplusplus.StringChecker): meant to
-        return m_FileInfo[std::wstring(fileName)][line]; // unreachable: beyond the exception
+        return m_FileInfo[std::wstring(fileName)][line]; // NOLINT(clang-analyzer-cplusplus.StringChecker): meant to
     }
     auto file = m_FileInfo.lower_bound(std::wstring_view(fileName));
     if (file == m_FileInfo.end() || file->first != fileName) {
