@@ -326,7 +326,7 @@ void CQAceLogger::RemoveOldFiles()
     }
     const std::wstring_view directory = pattern.substr(0, separator);
     ACE_Dirent_Selector entries;
-    if (!Exists(directory) || entries.open(Narrow(directory).c_str()) == -1) {
+    if (!Exists(directory) || entries.open(Narrow(directory).c_str()) == -1) { // unreachable: what throws in here
         return;
     }
     const std::wstring_view prefix = View(m_FileNamePrefix);
