@@ -22,8 +22,8 @@ set(QUARN_THREAD_TESTS
 option(QUARN_TEST_EVERYTHING "Run the single-threaded tests under the thread sanitizer, too" OFF)
 
 # Test code need not be fast, but there is a lot of it to compile, above all under a sanitizer. The library itself is
-# compiled as the build type says.
-if(QUARN_SANITIZE)
+# compiled as the build type says. Where branches are counted nothing is to be inlined or merged.
+if(QUARN_SANITIZE OR QUARN_COVERAGE)
   set(QUARN_TEST_OPTIMISATION -O0)
 else()
   set(QUARN_TEST_OPTIMISATION -O1)

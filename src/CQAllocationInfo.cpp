@@ -90,7 +90,7 @@ CQAllocationInfo::~CQAllocationInfo()
     try {
         EnableAddInfo(false); // first, so that freeing the registry's own memory cannot feed it
         ClearInfo();
-    } catch (...) { // a destructor does not throw; the members go either way
+    } catch (...) { // unreachable: nothing throws here, but a destructor must not; the members go either way
     }
     DestroyNativeMutex(m_Mutex);
 }
@@ -138,6 +138,7 @@ void CQAllocationInfo::AddInfo(const wchar_t* fileName, unsigned int line, void*
 CQAllocationInfo::SQAllocInfo& CQAllocationInfo::GetSite(const wchar_t* fileName, int line)
 {
     if (fileName == nullptr) { // a view of null would be undefined, a string of it throws std::logic_error
+        // cppcheck-suppress nullPointerRedundantCheck ; meant to throw
         return m_FileInfo[std::wstring(fileName)][line]; // NOLINT(clang-analyzer-cplusplus.StringChecker): meant to
     }
     auto file = m_FileInfo.lower_bound(std::wstring_view(fileName));

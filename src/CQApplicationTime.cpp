@@ -104,7 +104,7 @@ CQApplicationTime::~CQApplicationTime()
         m_pUpdateThread->Stop();
         m_pUpdateThread.reset();
         m_pMutex.reset();
-    } catch (...) { // nobody could be told
+    } catch (...) { // unreachable: nothing throws here, and nobody could be told
     }
 }
 
@@ -217,7 +217,7 @@ int CQApplicationTime::CQUpdateThread::svc()
 {
     NameThisThread(m_pName);
     while (m_Running.load(std::memory_order_relaxed)) {
-        if (m_pApplicationTime != nullptr) {
+        if (m_pApplicationTime != nullptr) { // unreachable: Start() makes no thread for null
             m_pApplicationTime->UpdateClockTime();
         }
         // Second by second, so that a stop is seen within one.

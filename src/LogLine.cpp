@@ -139,6 +139,7 @@ private:
         Character* const next = m_pNext; // a local, since the characters stored may be this object's, for the compiler
         std::uint32_t allBits = 0;
         for (std::size_t i = 0; i < length; ++i) {
+            // cppcheck-suppress uninitvar ; what it does not see is that to_chars has written the digits
             allBits |= static_cast<std::uint32_t>(source[i]);
             next[i] = static_cast<Character>(source[i]);
         }

@@ -284,6 +284,18 @@ TEST_F(CQAceLoggerFaultTest, FileInThePlaceOfTheFolderStopsTheOutputOnly)
     EXPECT_EQ(m_Dir.Read("log"), "no folder");
 }
 
+TEST_F(CQAceLoggerFaultTest, FileThatTookThePlaceOfTheFolderIsNotTidied)
+{
+    Select(100);
+    std::filesystem::remove_all(m_Dir.Path() / "log");
+    m_Dir.Write("log", "no folder");
+
+    EndLogger();
+
+    EXPECT_EQ(m_Dir.Names(), Names{"log"});
+    EXPECT_EQ(m_Dir.Read("log"), "no folder");
+}
+
 TEST_F(CQAceLoggerFaultTest, NameThatIsTooLongStopsTheOutputOnly)
 {
     for (const std::size_t length : {300U, 4095U, 4096U, 5000U, 100000U}) {

@@ -36,6 +36,15 @@ TEST_F(CQAceLoggerRotationTest, FileBelowTheLimitIsKept)
     EXPECT_EQ(SizeOf("app.txt"), 199U);
 }
 
+TEST_F(CQAceLoggerRotationTest, PatternMayBeginWithTheTimeStamp)
+{
+    Select(200, L"%T-app.txt");
+
+    WriteBytes(200);
+
+    EXPECT_EQ(m_Dir.Names(), (Names{"20240517-134509-app.txt", "app.txt"}));
+}
+
 TEST_F(CQAceLoggerRotationTest, FileThatReachesTheLimitIsRotated)
 {
     Select(200);

@@ -190,6 +190,16 @@ TEST_F(CQLogQueueLockTest, QueueThatIsTooLargeKeepsNoLock)
     EXPECT_EQ(CQQueueLock::Find(m_Block.Bytes()), nullptr);
 }
 
+TEST_F(CQLogQueueLockTest, BlockWithoutALockHasNothingToDestroy)
+{
+    Stop();
+    const FaultPlan plan;
+
+    CQQueueLock::Destroy(m_Block.Bytes());
+
+    EXPECT_EQ(plan.Calls(Service::MutexDestroy), 0);
+}
+
 TEST_F(CQLogQueueLockTest, OperationsOnTheBlockOfADestroyedQueueAreNoOps)
 {
     Write(L"kept");

@@ -109,4 +109,11 @@ TEST_F(LockGuardTest, NullMutexCannotBeLocked)
     EXPECT_FALSE(guard.Locked());
 }
 
+TEST_F(LockGuardTest, UnlockOfWhatIsNotLockedFails)
+{
+    LockGuard guard(nullptr);
+
+    EXPECT_EQ(guard.Unlock(), -1);
+}
+
 } // namespace
