@@ -1,0 +1,108 @@
+#include "LatencyRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+using QuarnBench::LatencyHistogram;
+using QuarnBench::TickCounter;
+
+namespace {
+
+TEST(LatencyRecorderTest, EmptyHistogramHasZeros)
+{
+    const LatencyHistogram histogram;
+
+    EXPECT_EQ(histogram.Count(), 0U);
+    EXPECT_EQ(histogram.Mean(), 0.0);
+    EXPECT_EQ(histogram.Percentile(0.5), 0U);
+    EXPECT_EQ(histogram.Max(), 0U);
+}
+
+TEST(LatencyRecorderTest, ShortDurationsAreExact)
+{
+    LatencyHistogram histogram;
+
+    for (std::uint64_t duration = 1; duration <= 100; ++duration) {
+        histogram.Record(duration);
+    }
+
+    EXPECT_EQ(histogram.Percentile(0.01), 1U);
+    EXPECT_EQ(histogram.Percentile(0.5), 50U);
+    EXPECT_EQ(histogram.Percentile(0.99), 99U);
+    EXPECT_EQ(histogram.Percentile(1.0), 100U);
+    EXPECT_EQ(histogram.Mean(), 50.5);
+}
+
+TEST(LatencyRecorderTest, LastExactAndFirstWideClassMeet)
+{
+    LatencyHistogram histogram;
+
+    histogram.Record(127);
+    histogram.Record(128);
+    histogram.Record(129);
+
+    EXPECT_EQ(histogram.Percentile(0.3), 127U);
+    EXPECT_EQ(histogram.Percentile(0.6), 128U);
+    EXPECT_EQ(histogram.Percentile(1.0), 128U);
+    EXPECT_EQ(histogram.Max(), 129U);
+}
+
+TEST(LatencyRecorderTest, LongDurationIsFoundAtTheLowerEndOfItsClass)
+{
+    LatencyHistogram histogram;
+
+    histogram.Record(1000003); // classes of 8192 here, this one from 999424 on
+
+    EXPECT_EQ(histogram.Percentile(0.5), 999424U);
+    EXPECT_EQ(histogram.Max(), 1000003U);
+    EXPECT_EQ(histogram.Mean(), 1000003.0);
+}
+
+TEST(LatencyRecorderTest, LongestDurationHasAClass)
+{
+    LatencyHistogram histogram;
+
+    histogram.Record(UINT64_MAX);
+
+    EXPECT_EQ(histogram.Percentile(1.0), 0xFE00000000000000U);
+}
+
+TEST(LatencyRecorderTest, RareOutlierShowsInTheTailOnly)
+{
+    LatencyHistogram histogram;
+
+    for (int i = 0; i < 999; ++i) {
+        histogram.Record(10);
+    }
+    histogram.Record(64000);
+
+    EXPECT_EQ(histogram.Percentile(0.999), 10U);
+    EXPECT_EQ(histogram.Percentile(0.9999), 63488U);
+}
+
+TEST(LatencyRecorderTest, MergedHistogramsCountTogether)
+{
+    LatencyHistogram histogram;
+    histogram.Record(10);
+    LatencyHistogram other;
+    other.Record(20);
+    other.Record(90);
+
+    histogram.Merge(other);
+
+    EXPECT_EQ(histogram.Count(), 3U);
+    EXPECT_EQ(histogram.Percentile(0.5), 20U);
+    EXPECT_EQ(histogram.Mean(), 40.0);
+    EXPECT_EQ(histogram.Max(), 90U);
+}
+
+TEST(LatencyRecorderTest, ElapsedIsNeverNegative)
+{
+    const TickCounter counter;
+
+    EXPECT_EQ(counter.Elapsed(1000, 1000), 0U);
+    EXPECT_GT(counter.Elapsed(0, 1000000000), 999000000U);
+}
+
+} // namespace
