@@ -56,6 +56,33 @@ public:
         return 0;
     }
 
+    /// The median, interpolated between the classes that lie around it. A counter that advances in steps of several
+    /// nanoseconds rounds each duration to one of few values; what lies between them shows in how often each occurs.
+    double Median() const
+    {
+        double previousValue = 0;
+        double previousRank = 0;
+        double before = 0;
+        const double half = static_cast<double>(m_Count) / 2;
+        for (std::size_t i = 0; i < m_Counts.size(); ++i) {
+            if (m_Counts[i] == 0) {
+                continue;
+            }
+            const auto count = static_cast<double>(m_Counts[i]);
+            const auto value = static_cast<double>(LowerEnd(i));
+            const double rank = before + count / 2;
+            if (rank >= half) {
+                return before == 0
+                           ? value
+                           : previousValue + (value - previousValue) * (half - previousRank) / (rank - previousRank);
+            }
+            previousValue = value;
+            previousRank = rank;
+            before += count;
+        }
+        return previousValue;
+    }
+
 private:
     static constexpr unsigned int SUB_BITS = 6; ///< 64 classes for each power of two.
 
@@ -125,6 +152,7 @@ public:
 
     double Nanoseconds(double ticks) const { return ticks * m_NsPerTick; }
     double CostNs() const { return Nanoseconds(static_cast<double>(m_Cost)); }
+    double StepNs() const { return Nanoseconds(static_cast<double>(m_Step)); }
 
     static std::uint64_t MonotonicNs()
     {
@@ -137,14 +165,25 @@ private:
     void MeasureCost()
     {
         LatencyHistogram costs;
+        std::uint64_t shortest = UINT64_MAX;
+        std::uint64_t longer = UINT64_MAX;
         for (int i = 0; i < 20000; ++i) {
             const std::uint64_t start = Start();
-            costs.Record(Stop() - start);
+            const std::uint64_t cost = Stop() - start;
+            costs.Record(cost);
+            if (cost < shortest) {
+                longer = shortest;
+                shortest = cost;
+            } else if (cost > shortest && cost < longer) {
+                longer = cost;
+            }
         }
-        m_Cost = costs.Percentile(0.5);
+        m_Cost = static_cast<std::uint64_t>(costs.Median());
+        m_Step = longer - shortest;
     }
 
     std::uint64_t m_Cost = 0;
+    std::uint64_t m_Step = 0;
     double m_NsPerTick = 0;
 };
 

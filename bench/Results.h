@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,7 +24,7 @@ inline double Median(std::vector<double> values)
 /// @brief The figures of a program: a table on standard output, and a JSON file for scripts/bench-report.
 ///
 /// Each case has labels, and figures of which every repetition adds one. The median counts, but for those whose name
-/// begins with "worst" the largest.
+/// begins with "worst" the largest, and for "count" the sum.
 class Results
 {
 public:
@@ -101,7 +102,10 @@ private:
 
     static double Typical(const std::string& figure, const std::vector<double>& values)
     {
-        return figure.compare(0, 5, "worst") == 0 ? *std::max_element(values.begin(), values.end()) : Median(values);
+        if (figure.compare(0, 5, "worst") == 0) {
+            return *std::max_element(values.begin(), values.end());
+        }
+        return figure.compare(0, 5, "count") == 0 ? std::accumulate(values.begin(), values.end(), 0.0) : Median(values);
     }
 
     static void WriteCase(std::FILE* file, const SCase& one)

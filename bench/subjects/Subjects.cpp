@@ -15,7 +15,7 @@ std::vector<SSubject> Subjects()
 #ifdef QUARN_BENCH_LOG4CPLUS
     subjects.push_back(Log4cplusSubject());
 #endif
-#ifdef QUARN_BENCH_BOOST_LOG
+#ifdef QUARN_BENCH_BOOSTLOG
     subjects.push_back(BoostLogSubject());
 #endif
     return subjects;
@@ -33,7 +33,7 @@ std::vector<std::string> MissingPeers()
 #ifndef QUARN_BENCH_LOG4CPLUS
     missing.emplace_back("log4cplus");
 #endif
-#ifndef QUARN_BENCH_BOOST_LOG
+#ifndef QUARN_BENCH_BOOSTLOG
     missing.emplace_back("Boost.Log");
 #endif
     return missing;

@@ -16,6 +16,7 @@ TEST(LatencyRecorderTest, EmptyHistogramHasZeros)
     EXPECT_EQ(histogram.Count(), 0U);
     EXPECT_EQ(histogram.Mean(), 0.0);
     EXPECT_EQ(histogram.Percentile(0.5), 0U);
+    EXPECT_EQ(histogram.Median(), 0.0);
     EXPECT_EQ(histogram.Max(), 0U);
 }
 
@@ -79,6 +80,30 @@ TEST(LatencyRecorderTest, RareOutlierShowsInTheTailOnly)
 
     EXPECT_EQ(histogram.Percentile(0.999), 10U);
     EXPECT_EQ(histogram.Percentile(0.9999), 63488U);
+}
+
+TEST(LatencyRecorderTest, MedianLiesBetweenTheStepsOfACoarseCounter)
+{
+    LatencyHistogram histogram;
+
+    for (int i = 0; i < 40; ++i) {
+        histogram.Record(90);
+    }
+    for (int i = 0; i < 60; ++i) {
+        histogram.Record(100);
+    }
+
+    EXPECT_EQ(histogram.Median(), 96.0); // the middles of the two have the ranks 20 and 70, the median has 50
+}
+
+TEST(LatencyRecorderTest, MedianOfOneValueIsThatValue)
+{
+    LatencyHistogram histogram;
+
+    histogram.Record(77);
+    histogram.Record(77);
+
+    EXPECT_EQ(histogram.Median(), 77.0);
 }
 
 TEST(LatencyRecorderTest, MergedHistogramsCountTogether)
