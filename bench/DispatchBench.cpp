@@ -22,8 +22,8 @@ constexpr const char* PURPOSE =
     "DispatchQueuedLogMessages emptying a full ring of 2 MiB, to a logger that does nothing and to a file, beside a\n"
     "memcpy of 2 MiB of records and a write(2) of each of the same lines. The filling is not timed.";
 
-/// A full ring, but for a few: records of up to 252 bytes.
-constexpr int MESSAGES = 8300;
+/// A full ring, but for a few: records of up to 256 bytes.
+constexpr int MESSAGES = 8100;
 
 /// The files of the run stand in the folder that the environment variable names, since Google Benchmark knows no such
 /// option.
