@@ -168,7 +168,7 @@ int __wrap_pthread_mutexattr_setprotocol(pthread_mutexattr_t* attributes, int pr
 
 int main(int argc, char** argv)
 {
-    constexpr int TRIALS = 20;
+    constexpr int TRIALS = 30;
     const SOptions options = ParseOptions(argc, argv, PURPOSE, 3, 1);
     if (std::getenv(PROTOCOL) != nullptr) {
         RunScene(options.repetitions);
