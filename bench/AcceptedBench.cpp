@@ -65,7 +65,7 @@ std::unique_ptr<SRun> Measure(const SSubject& subject, const SCase& test, int ro
 void AddResult(Results& results, const SSubject& subject, const SCase& test, const SRun& run,
                const TickCounter& counter)
 {
-    const auto percentile = [&](double part) {
+    const auto percentile = [&](std::uint64_t part) {
         return counter.Nanoseconds(static_cast<double>(run.histogram.Percentile(part)));
     };
     results.Add({{"subject", subject.name},
@@ -74,9 +74,9 @@ void AddResult(Results& results, const SSubject& subject, const SCase& test, con
                  {"pinning", test.pinned ? "pinned" : "not pinned"}},
                 {{"mean", counter.Nanoseconds(run.histogram.Mean())},
                  {"p50", counter.Nanoseconds(run.histogram.Median())},
-                 {"p99", percentile(0.99)},
-                 {"p99.9", percentile(0.999)},
-                 {"p99.99", percentile(0.9999)},
+                 {"p99", percentile(9900)},
+                 {"p99.9", percentile(9990)},
+                 {"p99.99", percentile(9999)},
                  {"worst", counter.Nanoseconds(static_cast<double>(run.histogram.Max()))}});
 }
 

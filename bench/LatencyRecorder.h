@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -42,10 +41,11 @@ public:
     std::uint64_t Max() const { return m_Max; }
     double Mean() const { return m_Count == 0 ? 0 : static_cast<double>(m_Sum) / static_cast<double>(m_Count); }
 
-    /// The smallest duration that so large a part (0 to 1) of the calls did not exceed: the lower end of its class.
-    std::uint64_t Percentile(double part) const
+    /// The smallest duration that so many of ten thousand calls did not exceed: the lower end of its class. In whole
+    /// numbers, which have no rounding that differs between processors.
+    std::uint64_t Percentile(std::uint64_t ofTenThousand) const
     {
-        const auto rank = static_cast<std::uint64_t>(std::ceil(part * static_cast<double>(m_Count)));
+        const std::uint64_t rank = (ofTenThousand * m_Count + 9999) / 10000;
         std::uint64_t seen = 0;
         for (std::size_t i = 0; i < m_Counts.size(); ++i) {
             seen += m_Counts[i];

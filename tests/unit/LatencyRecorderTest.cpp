@@ -15,7 +15,7 @@ TEST(LatencyRecorderTest, EmptyHistogramHasZeros)
 
     EXPECT_EQ(histogram.Count(), 0U);
     EXPECT_EQ(histogram.Mean(), 0.0);
-    EXPECT_EQ(histogram.Percentile(0.5), 0U);
+    EXPECT_EQ(histogram.Percentile(5000), 0U);
     EXPECT_EQ(histogram.Median(), 0.0);
     EXPECT_EQ(histogram.Max(), 0U);
 }
@@ -28,10 +28,10 @@ TEST(LatencyRecorderTest, ShortDurationsAreExact)
         histogram.Record(duration);
     }
 
-    EXPECT_EQ(histogram.Percentile(0.01), 1U);
-    EXPECT_EQ(histogram.Percentile(0.5), 50U);
-    EXPECT_EQ(histogram.Percentile(0.99), 99U);
-    EXPECT_EQ(histogram.Percentile(1.0), 100U);
+    EXPECT_EQ(histogram.Percentile(100), 1U);
+    EXPECT_EQ(histogram.Percentile(5000), 50U);
+    EXPECT_EQ(histogram.Percentile(9900), 99U);
+    EXPECT_EQ(histogram.Percentile(10000), 100U);
     EXPECT_EQ(histogram.Mean(), 50.5);
 }
 
@@ -43,9 +43,9 @@ TEST(LatencyRecorderTest, LastExactAndFirstWideClassMeet)
     histogram.Record(128);
     histogram.Record(129);
 
-    EXPECT_EQ(histogram.Percentile(0.3), 127U);
-    EXPECT_EQ(histogram.Percentile(0.6), 128U);
-    EXPECT_EQ(histogram.Percentile(1.0), 128U);
+    EXPECT_EQ(histogram.Percentile(3000), 127U);
+    EXPECT_EQ(histogram.Percentile(6000), 128U);
+    EXPECT_EQ(histogram.Percentile(10000), 128U);
     EXPECT_EQ(histogram.Max(), 129U);
 }
 
@@ -55,7 +55,7 @@ TEST(LatencyRecorderTest, LongDurationIsFoundAtTheLowerEndOfItsClass)
 
     histogram.Record(1000003); // classes of 8192 here, this one from 999424 on
 
-    EXPECT_EQ(histogram.Percentile(0.5), 999424U);
+    EXPECT_EQ(histogram.Percentile(5000), 999424U);
     EXPECT_EQ(histogram.Max(), 1000003U);
     EXPECT_EQ(histogram.Mean(), 1000003.0);
 }
@@ -66,7 +66,7 @@ TEST(LatencyRecorderTest, LongestDurationHasAClass)
 
     histogram.Record(UINT64_MAX);
 
-    EXPECT_EQ(histogram.Percentile(1.0), 0xFE00000000000000U);
+    EXPECT_EQ(histogram.Percentile(10000), 0xFE00000000000000U);
 }
 
 TEST(LatencyRecorderTest, RareOutlierShowsInTheTailOnly)
@@ -78,8 +78,8 @@ TEST(LatencyRecorderTest, RareOutlierShowsInTheTailOnly)
     }
     histogram.Record(64001); // classes of 512 here, this one from 64000 on
 
-    EXPECT_EQ(histogram.Percentile(0.999), 10U);
-    EXPECT_EQ(histogram.Percentile(0.9999), 64000U);
+    EXPECT_EQ(histogram.Percentile(9990), 10U);
+    EXPECT_EQ(histogram.Percentile(9999), 64000U);
 }
 
 TEST(LatencyRecorderTest, MedianLiesBetweenTheStepsOfACoarseCounter)
@@ -117,7 +117,7 @@ TEST(LatencyRecorderTest, MergedHistogramsCountTogether)
     histogram.Merge(other);
 
     EXPECT_EQ(histogram.Count(), 3U);
-    EXPECT_EQ(histogram.Percentile(0.5), 20U);
+    EXPECT_EQ(histogram.Percentile(5000), 20U);
     EXPECT_EQ(histogram.Mean(), 40.0);
     EXPECT_EQ(histogram.Max(), 90U);
 }
