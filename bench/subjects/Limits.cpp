@@ -73,8 +73,10 @@ SParts g_Parts;
 void RunParts(const wchar_t* format, ...)
 {
     constexpr std::string_view FILE_NAME = "bench/subjects/Quarn.cpp";
-    timespec head[3] = {}; // 48 bytes on 64 bits, about as long as the head of a record
-    clock_gettime(CLOCK_MONOTONIC, &head[0]);
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    unsigned char head[52] = {}; // as long as the head of a record
+    std::memcpy(head, &now, sizeof now);
     wchar_t text[1000];
     va_list args;
     va_start(args, format);
