@@ -98,7 +98,7 @@ std::vector<SCase> Cases(int maxThreads)
 int main(int argc, char** argv)
 {
     const SOptions options = ParseOptions(argc, argv, PURPOSE, 5, 1);
-    const int rounds = options.quick ? 2 : 8;
+    const int rounds = options.quick ? 2 : 6;
     const TickCounter counter;
     const TempFiles files(options.directory);
     Results results;
