@@ -42,6 +42,22 @@ TEST_PACKAGES=(
     tmux               # the terminal in which the log viewer is shown; likewise
 )
 
+# To run the benchmarks. A peer that is not installed is left out, and the report says so.
+# shellcheck disable=SC2034
+BENCH_PACKAGES=(
+    libbenchmark-dev   # the benchmarks of throughput
+    libspdlog-dev      # the peers: spdlog,
+    libfmt-dev         # with its formatter,
+    libgoogle-glog-dev # glog,
+    liblog4cplus-dev   # log4cplus,
+    libboost-log-dev   # Boost.Log
+    python3-matplotlib # the plots of docs/performance.md
+)
+# shellcheck disable=SC2034
+BENCH_I386_PACKAGES=(
+    libbenchmark-dev:i386 # the benchmarks of throughput, 32 bits; of the peers only spdlog can be had
+)
+
 # The same for 32-bit x86. ACE comes from scripts/i386-sysroot.
 I386_PACKAGES=(
     g++-multilib      # g++ -m32 and its libraries

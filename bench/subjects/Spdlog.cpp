@@ -1,0 +1,70 @@
+#include "Subject.h"
+
+#include <spdlog/async.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/null_sink.h>
+#include <spdlog/spdlog.h>
+
+#include <memory>
+#include <thread>
+
+namespace QuarnBench {
+
+namespace {
+
+std::shared_ptr<spdlog::logger> g_pLogger;
+std::shared_ptr<spdlog::details::thread_pool> g_pPool;
+
+void Open(Scene scene, const std::string& directory)
+{
+    if (scene == Scene::QUEUED) {
+        // Twice what is queued between two waits, so that none is ever overrun.
+        g_pPool = std::make_shared<spdlog::details::thread_pool>(2 * QUEUED_MESSAGES, 1);
+        auto sink = std::make_shared<spdlog::sinks::null_sink_mt>();
+        g_pLogger = std::make_shared<spdlog::async_logger>("bench", std::move(sink), g_pPool,
+                                                           spdlog::async_overflow_policy::overrun_oldest);
+    } else {
+        auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(directory + "/spdlog.log", true);
+        g_pLogger = std::make_shared<spdlog::logger>("bench", std::move(sink));
+        g_pLogger->flush_on(spdlog::level::trace);
+    }
+    g_pLogger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l [%t] %v");
+    g_pLogger->set_level(spdlog::level::info);
+}
+
+void Close()
+{
+    g_pLogger.reset();
+    g_pPool.reset();
+}
+
+void Drain()
+{
+    while (g_pPool != nullptr && g_pPool->queue_size() != 0) {
+        std::this_thread::yield();
+    }
+}
+
+void LogStatic(int) { g_pLogger->info("axis reference run finished without errors"); }
+void LogTwoInts(int number) { g_pLogger->info("axis {} stands at position {}", number & 7, number); }
+void LogMixed(int number)
+{
+    g_pLogger->info("axis {} {} {} {:f} {:x}", number & 7, "drive", "locked", number * 0.25, number);
+}
+
+void Filtered(int count)
+{
+    for (int i = 0; i < count; ++i) {
+        g_pLogger->debug("axis {} stands at position {}", i & 7, i);
+        ForgetMemory();
+    }
+}
+
+} // namespace
+
+SSubject SpdlogSubject()
+{
+    return {"spdlog", Open, Close, {LogStatic, LogTwoInts, LogMixed}, Drain, Filtered, true, true};
+}
+
+} // namespace QuarnBench
