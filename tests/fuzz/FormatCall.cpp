@@ -57,7 +57,7 @@ std::wstring FormatCall::Conversion()
     std::wstring flags = Flags();
     if (!m_IsPositional && MAX_ARGUMENTS - begin > 2) {
         flags += m_Data.ConsumeIntegralInRange(0, 3) == 3 ? Star() : Width();
-        flags += m_Data.ConsumeIntegralInRange(0, 3) == 3 ? L"." + Star() : Precision();
+        flags += m_Data.ConsumeIntegralInRange(0, 3) == 3 ? PrecisionStar() : Precision();
     } else {
         flags += Width();
         flags += Precision();
@@ -125,15 +125,21 @@ std::wstring FormatCall::Precision()
     }
 }
 
-/// A width, or a precision, which is then known to be the last one. Negative ones mean something.
+/// A width, or a precision. Negative ones mean something.
 std::wstring FormatCall::Star()
 {
     SArgument argument{Kind::Int};
     argument.integer = m_Data.ConsumeIntegralInRange(0, 7) == 7 ? m_Data.ConsumeIntegralInRange(-1100, 1100)
                                                                 : m_Data.ConsumeIntegralInRange(-10, 30);
     m_Arguments.push_back(argument);
-    m_Precision = static_cast<int>(argument.integer);
     return L"*";
+}
+
+std::wstring FormatCall::PrecisionStar()
+{
+    const std::wstring star = L"." + Star();
+    m_Precision = static_cast<int>(m_Arguments.back().integer);
+    return star;
 }
 
 void FormatCall::AddInteger(std::size_t bytes)

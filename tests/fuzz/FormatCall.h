@@ -45,6 +45,7 @@ private:
     std::wstring StringConversion();
     std::wstring CharacterConversion();
     std::wstring Star();
+    std::wstring PrecisionStar();
 
     void AddInteger(std::size_t bytes);
     template <class Character>
