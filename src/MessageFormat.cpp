@@ -385,8 +385,8 @@ bool Formatter::Character(const SConversion& conversion)
         return false;
     }
     if (conversion.length == Length::LONG) {
-        const auto character = static_cast<wchar_t>(va_arg(m_Args, std::wint_t));
-        return Field(conversion, SPrefix(), 0, &character, 1);
+        const std::wint_t character = va_arg(m_Args, std::wint_t);
+        return character != WEOF && Field(conversion, SPrefix(), 0, &character, 1); // at which the C library gives up
     }
     const auto byte = static_cast<unsigned char>(va_arg(m_Args, int));
     return conversion.length == Length::INT && byte < 0x80 && Field(conversion, SPrefix(), 0, &byte, 1);

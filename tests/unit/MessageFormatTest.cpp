@@ -129,6 +129,13 @@ TEST_F(MessageFormatTest, TextThatCannotBeConvertedFailsAndLeavesItsBeginning)
     EXPECT_EQ(m_Result, -1);
 }
 
+TEST_F(MessageFormatTest, CharacterThatIsTheEndOfFileFailsAsInTheCLibrary)
+{
+    EXPECT_EQ(Format(L"%lc", WEOF), L"\xFFFFFFFF");
+    EXPECT_EQ(m_Result, -1);
+    EXPECT_EQ(g_FallBacks, 1U);
+}
+
 TEST_F(MessageFormatTest, NoConversionOfItsOwnUsesTheHeap)
 {
     if (!CountsHeapCalls()) {
