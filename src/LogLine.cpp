@@ -9,7 +9,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <cwchar>
 #include <iterator>
 #include <limits>
@@ -78,7 +77,7 @@ public:
         Advance(SIZE - 1);
     }
 
-    void Append(const wchar_t* text) { Copy(text, std::wcslen(text)); }
+    void Append(const wchar_t* text) { Copy(text); }
 
     /// Text in the encoding of the locale. ASCII has the same codes in all of them, as the C library relies on, too.
     void Append(const char* text)
@@ -86,7 +85,7 @@ public:
         if constexpr (std::is_same_v<Character, wchar_t>) {
             Convert(text);
         } else {
-            Copy(reinterpret_cast<const unsigned char*>(text), std::strlen(text));
+            Copy(reinterpret_cast<const unsigned char*>(text));
         }
     }
 
@@ -98,8 +97,8 @@ public:
             Advance(std::to_chars(m_pNext, m_pNext + LOG_LINE_BUFFER_SIZE - LOG_LINE_SIZE, number, base).ptr - m_pNext);
         } else {
             char digits[LOG_LINE_BUFFER_SIZE - LOG_LINE_SIZE];
-            Copy(digits, static_cast<std::size_t>(
-                             std::to_chars(std::begin(digits), std::end(digits), number, base).ptr - digits));
+            *std::to_chars(std::begin(digits), std::end(digits) - 1, number, base).ptr = '\0';
+            Copy(digits);
         }
     }
 
@@ -128,22 +127,22 @@ private:
         }
     }
 
+    /// Up to the terminator that is met on the way: another process may be writing over the record, and a length that
+    /// was measured before would let a terminator into the line.
     template <class Source>
-    void Copy(const Source* source, std::size_t length)
+    void Copy(const Source* source)
     {
-        const auto room = static_cast<std::size_t>(m_pEnd - m_pNext);
-        if (length > room) {
-            length = room;
-            m_IsFull = true;
-        }
-        Character* const next = m_pNext; // a local, since the characters stored may be this object's, for the compiler
+        Character* next = m_pNext; // a local, since the characters stored may be this object's, for the compiler
         std::uint32_t allBits = 0;
-        for (std::size_t i = 0; i < length; ++i) {
-            // cppcheck-suppress uninitvar ; what it does not see is that to_chars has written the digits
-            allBits |= static_cast<std::uint32_t>(source[i]);
-            next[i] = static_cast<Character>(source[i]);
+        for (Source character = *source; character != 0; character = *++source) {
+            if (next == m_pEnd) {
+                m_IsFull = true;
+                break;
+            }
+            allBits |= static_cast<std::uint32_t>(character);
+            *next++ = static_cast<Character>(character);
         }
-        m_pNext = next + length;
+        m_pNext = next;
         m_AllBits |= allBits;
     }
 
