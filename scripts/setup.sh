@@ -31,6 +31,7 @@ TEST_PACKAGES=(
     clang-format       # layout
     clang-tidy         # static checks
     cppcheck           # more of them
+    locales            # sources of the locales that tests compile
     binutils           # objdump, for the instructions of log calls
     dpkg-dev           # dpkg-shlibdeps, for the packages
     file               # tells it which files are programs

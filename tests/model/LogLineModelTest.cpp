@@ -1,5 +1,6 @@
 #include "LogLine.h"
 
+#include "CompiledLocale.h"
 #include "SeededRandom.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 #include <limits>
 #include <string>
 #include <time.h>
+#include <utility>
 
 using namespace Quarn::Logging;
 using namespace QuarnTest;
@@ -89,10 +91,9 @@ protected:
                    : static_cast<long double>(m_Random()) / 2 + static_cast<long double>(m_Random()) / 4294967296.0L;
     }
 
-    /// Draws lines in a locale and compares both ways of making them with the C library's.
-    void CompareLines(const char* locale, int lines)
+    /// Draws lines in the locale that is set and compares both ways of making them with the C library's.
+    void CompareLines(int lines)
     {
-        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
         for (int i = 0; i < lines && !HasFailure(); ++i) {
             const int levels[] = {1000, 2000, 3000, 4000, AnyInt()};
             const std::string file = AnyFile();
@@ -128,14 +129,26 @@ protected:
 
 TEST_F(LogLineModelTest, LinesAreThoseOfTheCLibrary)
 {
-    CompareLines("C", 10000);
+    CompareLines(10000);
     EXPECT_GT(m_Ascii, 1000);
     EXPECT_GT(m_Cut, 1000);
 }
 
 TEST_F(LogLineModelTest, LinesInUnicodeAreThoseOfTheCLibrary)
 {
-    CompareLines("C.UTF-8", 10000);
+    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    CompareLines(10000);
+    EXPECT_GT(m_Ascii, 1000);
+    EXPECT_GT(m_Cut, 1000);
+}
+
+TEST_F(LogLineModelTest, LinesInOlderCharsetsAreThoseOfTheCLibrary)
+{
+    for (const auto& [source, charset] : {std::pair("de_DE", "ISO-8859-15"), std::pair("ja_JP", "EUC-JP")}) {
+        const CompiledLocale locale(source, charset);
+        ASSERT_TRUE(locale.IsSet()) << source;
+        CompareLines(5000);
+    }
     EXPECT_GT(m_Ascii, 1000);
     EXPECT_GT(m_Cut, 1000);
 }

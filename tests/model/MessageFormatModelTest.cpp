@@ -1,5 +1,6 @@
 #include "MessageFormat.h"
 
+#include "CompiledLocale.h"
 #include "SeededRandom.h"
 #include "TestDepth.h"
 
@@ -351,13 +352,23 @@ TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryInUtf8)
 
 TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryWithADecimalComma)
 {
-    if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) {
-        GTEST_SKIP() << "the locale de_DE.UTF-8 is not installed";
-    }
+    const CompiledLocale german("de_DE", "UTF-8");
+    ASSERT_TRUE(german.IsSet());
 
     const int fallBacks = CompareMany();
 
     EXPECT_GT(fallBacks, 5);
+}
+
+TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryInAnOlderCharset)
+{
+    const CompiledLocale japanese("ja_JP", "EUC-JP");
+    ASSERT_TRUE(japanese.IsSet());
+
+    const int fallBacks = CompareMany();
+
+    EXPECT_GT(fallBacks, 5);
+    EXPECT_LT(fallBacks, 75);
 }
 
 TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryWhenNumbersRoundUp)
