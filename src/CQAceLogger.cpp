@@ -5,6 +5,7 @@
 #include "CQAceLogger.h"
 
 #include "LogLine.h"
+#include "NoCancellation.h"
 #include "SystemClocks.h"
 
 #include <QuarnLogging/Logging.h>
@@ -88,7 +89,7 @@ void SleepUntilNextSecond(long microseconds)
     nanosleep(&duration, nullptr);
 }
 
-/// Writes past the buffer of a stream, which is empty between lines: a tenth of a line's time is spent there.
+/// Writes past the buffer of a stream, which is to be empty: a tenth of a line's time is spent there.
 /// Like the buffer, it does not tell when the device takes nothing. False if there is no descriptor.
 bool WriteToDescriptor(int descriptor, const char* bytes, std::size_t size)
 {
@@ -113,6 +114,7 @@ bool WriteToDescriptor(int descriptor, const char* bytes, std::size_t size)
 
 CQAceLogger::~CQAceLogger()
 {
+    const NoCancellation scope;
     try {
         if (IsFileOpen()) {
             CloseFile();
@@ -138,7 +140,7 @@ void CQAceLogger::Log(int level, int category, double time, unsigned int threadI
     if (!IsFileOpen() || m_MaxFileSize == 0) {
         return;
     }
-    // A failed write counts as -1 byte, so that a file that takes nothing at all is given up at once.
+    // A line that cannot be converted counts as -1 byte, so that a file that takes none at all is given up at once.
     m_BytesWritten += static_cast<std::uint32_t>(written);
     if (m_BytesWritten >= m_MaxFileSize) {
         RotateFullFile();
@@ -153,8 +155,14 @@ int CQAceLogger::Write(const SLogLine& line)
     if (length == 0) {
         return WriteWide(line);
     }
-    if (IsFileOpen() && WriteToDescriptor(fileno(m_pStream), ascii, length)) { // unreachable: file without descriptor
-        return static_cast<int>(length);
+    if (IsFileOpen()) {
+        if (m_IsLinePending) {
+            m_IsLinePending = false;
+            std::fflush(m_pStream);
+        }
+        if (WriteToDescriptor(fileno(m_pStream), ascii, length)) { // unreachable: file without descriptor
+            return static_cast<int>(length);
+        }
     }
     const bool complete = std::fwrite(ascii, 1, length, m_pStream) == length;
     std::fflush(m_pStream);
@@ -166,8 +174,10 @@ int CQAceLogger::Write(const SLogLine& line)
 {
     wchar_t wide[LOG_LINE_BUFFER_SIZE];
     FormatLogLine(wide, line);
+    m_IsLinePending = true;
     const int written = std::fprintf(m_pStream, "%ls", wide);
     std::fflush(m_pStream);
+    m_IsLinePending = false;
     return written;
 }
 

@@ -75,6 +75,7 @@ private:
     WideString m_FileNamePrefix;      ///< The pattern in front of its "%T".
     WideString m_FileNameSuffix;      ///< The pattern behind its "%T".
     std::FILE* m_pStream = stdout;    ///< Owned if it is a file. Null: the file could not be opened.
+    bool m_IsLinePending = false;     ///< In the stream's buffer: the thread was cancelled while it wrote the line.
     std::uint32_t m_MaxFileSize = 0;  ///< Bytes; 0: no limit.
     std::uint32_t m_BytesWritten = 0; ///< Since the current file was opened.
     std::uint32_t m_MaxOldFiles = 0;  ///< Time-stamped files kept; never 0 while there is a file.

@@ -1,6 +1,7 @@
 #include "CQApplicationTime.h"
 
 #include "LockGuard.h"
+#include "NoCancellation.h"
 #include "SystemClocks.h"
 
 #include <pthread.h>
@@ -100,6 +101,7 @@ CQApplicationTime::CQApplicationTime()
 
 CQApplicationTime::~CQApplicationTime()
 {
+    const NoCancellation scope; // the thread is waited for
     try {
         m_pUpdateThread->Stop();
         m_pUpdateThread.reset();

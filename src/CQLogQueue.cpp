@@ -45,7 +45,9 @@ unsigned char* CopyInOrder(unsigned char* target, const void* source, std::size_
 void PrefetchForWriting(const char* memory, std::size_t bytes)
 {
     constexpr std::size_t CACHE_LINE = 64;
-    for (std::size_t offset = CACHE_LINE; offset < bytes + CACHE_LINE; offset += CACHE_LINE) {
+    constexpr std::size_t MOST = 4096; // about what the longest text takes; the lock is held
+    const std::size_t end = std::min(bytes, MOST) + CACHE_LINE;
+    for (std::size_t offset = CACHE_LINE; offset < end; offset += CACHE_LINE) {
         __builtin_prefetch(memory + offset, 1);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "LockGuard.h"
 #include "MessageFormat.h"
+#include "NoCancellation.h"
 #include "RelaxedAccess.h"
 #include "SystemClocks.h"
 
@@ -42,6 +43,7 @@ CQLoggerFacade::CQLoggerFacade()
 
 CQLoggerFacade::~CQLoggerFacade()
 {
+    const NoCancellation scope;
     WithdrawLevels();
     while (m_pLoggers != nullptr) {
         SLoggerEntry* const entry = m_pLoggers;

@@ -1,5 +1,6 @@
 #include "LogLine.h"
 
+#include "Charset.h"
 #include "SystemClocks.h"
 
 #include <QuarnLogging/Logging.h>
@@ -68,7 +69,7 @@ public:
     }
 
     template <std::size_t SIZE>
-    void Append(const wchar_t (&literal)[SIZE])
+    void AppendLiteral(const wchar_t (&literal)[SIZE])
     {
         static_assert(SIZE - 1 <= LOG_LINE_BUFFER_SIZE - LOG_LINE_SIZE);
         for (std::size_t i = 0; i < SIZE - 1; ++i) {
@@ -79,7 +80,7 @@ public:
 
     void Append(const wchar_t* text) { Copy(text); }
 
-    /// Text in the encoding of the locale. ASCII has the same codes in all of them, as the C library relies on, too.
+    /// Text in the encoding of the locale. A line of ASCII characters is made where they have the codes of ASCII.
     void Append(const char* text)
     {
         if constexpr (std::is_same_v<Character, wchar_t>) {
@@ -177,13 +178,13 @@ void Build(Line<Character>& target, const SLogLine& source)
         target.Append(style.colorStart);
     }
     target.Append(source.file);
-    target.Append(L":");
+    target.AppendLiteral(L":");
     target.AppendNumber(source.line);
-    target.Append(L": ");
+    target.AppendLiteral(L": ");
     target.Append(style.name);
-    target.Append(L": m=");
+    target.AppendLiteral(L": m=");
     target.AppendNumber(source.category);
-    target.Append(L" t=");
+    target.AppendLiteral(L" t=");
     target.template AppendDigits<4>(calendar.tm_year + 1900, '.'); // from 1901 to 2038
     target.template AppendDigits<2>(calendar.tm_mon + 1, '.');
     target.template AppendDigits<2>(calendar.tm_mday, '-');
@@ -191,14 +192,14 @@ void Build(Line<Character>& target, const SLogLine& source)
     target.template AppendDigits<2>(calendar.tm_min, ':');
     target.template AppendDigits<2>(calendar.tm_sec, '.');
     target.template AppendDigits<3>(MillisecondsOf(static_cast<double>(source.wallTime)), ' ');
-    target.Append(L"tid=0x");
+    target.AppendLiteral(L"tid=0x");
     target.AppendNumber(source.threadId, 16);
-    target.Append(L": ");
+    target.AppendLiteral(L": ");
     target.Append(source.text);
     if (source.useColor) {
-        target.Append(COLOR_END);
+        target.AppendLiteral(COLOR_END);
     }
-    target.Append(L"\n");
+    target.AppendLiteral(L"\n");
 }
 
 } // namespace
@@ -214,6 +215,9 @@ void FormatLogLine(wchar_t* buffer, const SLogLine& line)
 
 std::size_t FormatAsciiLogLine(char* buffer, const SLogLine& line)
 {
+    if (!CharsetKeepsAscii()) {
+        return 0;
+    }
     Line<char> target(buffer);
     Build(target, line);
     return target.IsFull() || !target.IsAscii() ? 0 : static_cast<std::size_t>(target.End() - buffer);

@@ -1,5 +1,6 @@
 #include "MessageFormat.h"
 
+#include "Charset.h"
 #include "Digits.h"
 
 #include <fpu_control.h>
@@ -389,7 +390,8 @@ bool Formatter::Character(const SConversion& conversion)
         return character != WEOF && Field(conversion, SPrefix(), 0, &character, 1); // at which the C library gives up
     }
     const auto byte = static_cast<unsigned char>(va_arg(m_Args, int));
-    return conversion.length == Length::INT && byte < 0x80 && Field(conversion, SPrefix(), 0, &byte, 1);
+    return conversion.length == Length::INT && byte < 0x80 && CharsetKeepsAscii() &&
+           Field(conversion, SPrefix(), 0, &byte, 1);
 }
 
 bool Formatter::String(const SConversion& conversion)
@@ -400,7 +402,7 @@ bool Formatter::String(const SConversion& conversion)
     if (conversion.length == Length::LONG) {
         return Text(conversion, va_arg(m_Args, const wchar_t*));
     }
-    return conversion.length == Length::INT && Text(conversion, va_arg(m_Args, const char*));
+    return conversion.length == Length::INT && CharsetKeepsAscii() && Text(conversion, va_arg(m_Args, const char*));
 }
 
 /// A number of digits; of a zero with precision 0 there are none.

@@ -234,7 +234,7 @@ private:
         static const std::string longOne(998, 'y');
         static const std::wstring wideLongOne(998, L'Y');
         const char* const narrow[] = {"",         "a",      "fifteen letters", longOne.c_str(), longOne.c_str() + 950,
-                                      "\xC3\xA9", "ab\xFF", nullptr,           "some text",     "twelve chars"};
+                                      "\xC3\xA9", "ab\xFF", nullptr,           "some text",     "\x01 and \x11"};
         const wchar_t* const wide[] = {L"",         L"a",   L"fifteen letters", wideLongOne.c_str(), L"\x20AC",
                                        L"\x10FFFF", nullptr};
         argument.kind = m_Random.OneIn(2) ? Kind::STRING : Kind::WIDE_STRING;
@@ -369,6 +369,16 @@ TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryInAnOlderCharset)
 
     EXPECT_GT(fallBacks, 5);
     EXPECT_LT(fallBacks, 75);
+}
+
+TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryInACharsetWithoutAllOfAscii)
+{
+    const CompiledLocale vietnamese("vi_VN", "TCVN5712-1");
+    ASSERT_TRUE(vietnamese.IsSet());
+
+    const int fallBacks = CompareMany();
+
+    EXPECT_GT(fallBacks, 5);
 }
 
 TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryWhenNumbersRoundUp)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -49,6 +50,30 @@ void InitAndWaitForTheSleep()
     while (!IsUpdateThreadAsleep()) {
         sched_yield();
     }
+}
+
+TEST(ClockLifeTest, FiniIsFinishedBeforeItsThreadIsCancelled)
+{
+    InitAndWaitForTheSleep();
+    bool isFinished = false;
+    pthread_t thread{};
+    pthread_create(
+        &thread, nullptr,
+        [](void* argument) -> void* {
+            pthread_cancel(pthread_self());
+            FiniApplicationTime();
+            *static_cast<bool*>(argument) = true;
+            pthread_testcancel();
+            return nullptr;
+        },
+        &isFinished);
+
+    void* result = nullptr;
+    pthread_join(thread, &result);
+
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_TRUE(isFinished);
+    EXPECT_FALSE(IsUpdateThreadThere());
 }
 
 TEST(ClockLifeTest, FiniReturnsWhileTheThreadIsInItsSleep)

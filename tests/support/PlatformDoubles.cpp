@@ -381,6 +381,7 @@ int __wrap_nanosleep(const timespec* duration, timespec* rest)
     if (!g_Clock.active) {
         return __real_nanosleep(duration, rest);
     }
+    pthread_testcancel(); // as the real one
     const std::int64_t nanoseconds = duration->tv_sec * NS + duration->tv_nsec;
     const std::int64_t end = g_Clock.monotonic + nanoseconds;
     g_Clock.slept += nanoseconds;
