@@ -140,7 +140,7 @@ void CQAceLogger::Log(int level, int category, double time, unsigned int threadI
     if (!IsFileOpen() || m_MaxFileSize == 0) {
         return;
     }
-    // A line that cannot be converted counts as -1 byte, so that a file that takes none at all is given up at once.
+    // A line that cannot be converted counts as -1 byte: as the first of a file it wraps the count, and the file ends.
     m_BytesWritten += static_cast<std::uint32_t>(written);
     if (m_BytesWritten >= m_MaxFileSize) {
         RotateFullFile();

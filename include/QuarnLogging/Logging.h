@@ -67,8 +67,8 @@ extern QUARN_LOGGING_API int* g_pLogLevels;
 ///
 /// @par Threads    any
 /// @par Real time  with automatic logging off yes: no heap, no output, one short priority-inheriting lock (a
-///                 number with thousands of digits, for which the C library allocates, is the exception). With
-///                 automatic logging on no: it runs the loggers.
+///                 precision of several thousand, or more than a dozen positional arguments, for which the C library
+///                 allocates, are the exception). With automatic logging on no: it runs the loggers.
 /// @par Signals    not to be called from a signal handler
 QUARN_LOGGING_API void BuiltInLogging(int level, int category, const char* file, int line, const wchar_t* format,
                                       va_list args);
