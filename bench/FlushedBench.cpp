@@ -5,6 +5,7 @@
 #include "TempFiles.h"
 #include "Threads.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -34,8 +35,9 @@ std::vector<std::string> LinesOfTheLibrary(const TempFiles& files)
 
 double Measure(const SSubject& subject, Message message, int threads, int lines)
 {
-    std::uint64_t start = 0;
-    std::uint64_t end = 0;
+    // Each thread takes its own times: with more threads than processors one may come to run long after the others.
+    std::vector<std::uint64_t> starts(static_cast<std::size_t>(threads));
+    std::vector<std::uint64_t> ends(starts.size());
     const int linesOfThread = lines / threads;
     void (*const log)(int) = subject.log[message];
     Barrier barrier(threads);
@@ -44,18 +46,15 @@ double Measure(const SSubject& subject, Message message, int threads, int lines)
             log(i);
         }
         barrier.Wait();
-        if (thread == 0) {
-            start = TickCounter::MonotonicNs();
-        }
+        starts[static_cast<std::size_t>(thread)] = TickCounter::MonotonicNs();
         for (int i = 0; i < linesOfThread; ++i) {
             log(i);
         }
-        barrier.Wait();
-        if (thread == 0) {
-            end = TickCounter::MonotonicNs();
-        }
+        ends[static_cast<std::size_t>(thread)] = TickCounter::MonotonicNs();
     });
-    return static_cast<double>(end - start) / (linesOfThread * threads);
+    const std::uint64_t taken =
+        *std::max_element(ends.begin(), ends.end()) - *std::min_element(starts.begin(), starts.end());
+    return static_cast<double>(taken) / (linesOfThread * threads);
 }
 
 } // namespace
