@@ -14,6 +14,7 @@ namespace {
 
 std::shared_ptr<spdlog::logger> g_pLogger;
 std::shared_ptr<spdlog::details::thread_pool> g_pPool;
+std::size_t g_Overrun = 0;
 
 void Open(Scene scene, const std::string& directory)
 {
@@ -34,6 +35,7 @@ void Open(Scene scene, const std::string& directory)
 
 void Close()
 {
+    g_Overrun += g_pPool != nullptr ? g_pPool->overrun_counter() : 0;
     g_pLogger.reset();
     g_pPool.reset();
 }
@@ -60,11 +62,13 @@ void Filtered(int count)
     }
 }
 
+unsigned int Dropped() { return static_cast<unsigned int>(g_Overrun); }
+
 } // namespace
 
 SSubject SpdlogSubject()
 {
-    return {"spdlog", Open, Close, {LogStatic, LogTwoInts, LogMixed}, Drain, Filtered, true, true};
+    return {"spdlog", Open, Close, {LogStatic, LogTwoInts, LogMixed}, Drain, Filtered, true, true, Dropped};
 }
 
 } // namespace QuarnBench
