@@ -22,7 +22,7 @@ constexpr const char* PURPOSE =
     "Microseconds of a log call of a real-time thread, on one processor with a thread of ordinary priority\n"
     "that logs long texts and dispatches all the time, and a real-time thread between the two that keeps the\n"
     "processor for 20 ms from 1 ms before the call on. With the library's priority-inheriting mutexes, and with\n"
-    "ordinary ones in the same objects. A trial in which a thread wakes up late is done again.";
+    "ordinary ones in the same objects. A trial in which one of the threads is late is done again.";
 
 constexpr int CATEGORY = 12;
 constexpr int WRITER_PRIORITY = 30;
