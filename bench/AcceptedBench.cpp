@@ -13,10 +13,9 @@ using namespace QuarnBench;
 namespace {
 
 constexpr const char* PURPOSE =
-    "Times single accepted log calls with automatic logging off, in nanoseconds, beside the peers that queue or "
-    "buffer\n"
-    "and beside the parts that no such call can do without. Calls come in rounds of 4096, all threads together, which\n"
-    "any subject holds; between the rounds, outside the timing, the queue is drained.";
+    "Times single accepted log calls with automatic logging off, in nanoseconds, beside the peers that queue\n"
+    "or buffer and beside the parts that no such call can do without. Calls come in rounds of 4096, all\n"
+    "threads together, which any subject holds; between the rounds, outside the timing, the queue is drained.";
 
 struct SCase
 {
@@ -25,15 +24,11 @@ struct SCase
     bool pinned;
 };
 
-struct SRun
-{
-    LatencyHistogram histogram;
-};
-
 /// One repetition of a case: the timed calls of all threads.
-std::unique_ptr<SRun> Measure(const SSubject& subject, const SCase& test, int rounds, const TickCounter& counter)
+std::unique_ptr<LatencyHistogram> Measure(const SSubject& subject, const SCase& test, int rounds,
+                                          const TickCounter& counter)
 {
-    auto run = std::make_unique<SRun>();
+    auto all = std::make_unique<LatencyHistogram>();
     std::vector<LatencyHistogram> histograms(static_cast<std::size_t>(test.threads));
     const int calls = static_cast<int>(QUEUED_MESSAGES) / test.threads;
     void (*const log)(int) = subject.log[test.message];
@@ -57,27 +52,27 @@ std::unique_ptr<SRun> Measure(const SSubject& subject, const SCase& test, int ro
         }
     });
     for (const LatencyHistogram& histogram : histograms) {
-        run->histogram.Merge(histogram);
+        all->Merge(histogram);
     }
-    return run;
+    return all;
 }
 
-void AddResult(Results& results, const SSubject& subject, const SCase& test, const SRun& run,
+void AddResult(Results& results, const SSubject& subject, const SCase& test, const LatencyHistogram& histogram,
                const TickCounter& counter)
 {
     const auto percentile = [&](std::uint64_t part) {
-        return counter.Nanoseconds(static_cast<double>(run.histogram.Percentile(part)));
+        return counter.Nanoseconds(static_cast<double>(histogram.Percentile(part)));
     };
     results.Add({{"subject", subject.name},
                  {"message", NameOf(test.message)},
                  {"threads", std::to_string(test.threads)},
                  {"pinning", test.pinned ? "pinned" : "not pinned"}},
-                {{"mean", counter.Nanoseconds(run.histogram.Mean())},
-                 {"p50", counter.Nanoseconds(run.histogram.Median())},
+                {{"mean", counter.Nanoseconds(histogram.Mean())},
+                 {"p50", counter.Nanoseconds(histogram.Median())},
                  {"p99", percentile(9900)},
                  {"p99.9", percentile(9990)},
                  {"p99.99", percentile(9999)},
-                 {"worst", counter.Nanoseconds(static_cast<double>(run.histogram.Max()))}});
+                 {"worst", counter.Nanoseconds(static_cast<double>(histogram.Max()))}});
 }
 
 std::vector<SCase> Cases(int maxThreads)
@@ -104,18 +99,15 @@ int main(int argc, char** argv)
     Results results;
     for (const SCase& test : Cases(options.quick ? 2 : 8)) {
         for (int repetition = 0; repetition < options.repetitions; ++repetition) {
-            for (const SSubject& subject : Subjects()) {
-                if (subject.queues) {
-                    subject.open(Scene::QUEUED, files.Directory());
-                    AddResult(results, subject, test, *Measure(subject, test, rounds, counter), counter);
-                    subject.close();
-                    files.Clear();
-                }
+            for (const SSubject& subject : SubjectsInTurn(Scene::QUEUED, repetition)) {
+                subject.open(Scene::QUEUED, files.Directory());
+                AddResult(results, subject, test, *Measure(subject, test, rounds, counter), counter);
+                subject.close();
+                files.Clear();
             }
         }
     }
-    if (DroppedMessages() != 0) {
-        std::fprintf(stderr, "%u messages found no room in the queue\n", DroppedMessages());
+    if (!NoneDropped()) {
         return 1;
     }
     char note[120];

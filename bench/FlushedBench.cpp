@@ -5,6 +5,7 @@
 #include "TempFiles.h"
 #include "Threads.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -17,25 +18,42 @@ constexpr const char* PURPOSE =
     "beside write(2) of the same bytes to a file opened the same way, and beside the peers when they flush each line.\n"
     "Wall-clock time divided by the lines of all threads.";
 
-/// The library's own line for each message, for write(2) to write.
-std::vector<std::string> LinesOfTheLibrary(const TempFiles& files)
+/// What the subject writes for each message with this number.
+std::vector<std::string> LinesOf(const SSubject& subject, int number, const TempFiles& files)
 {
-    const SSubject library = QuarnSubject();
     std::vector<std::string> lines;
-    for (void (*const log)(int) : library.log) {
-        library.open(Scene::FLUSHED, files.Directory());
-        log(1000);
-        lines.push_back(ContentsOf(files.Directory() + "/quarn.log"));
-        library.close();
+    for (void (*const log)(int) : subject.log) {
+        subject.open(Scene::FLUSHED, files.Directory());
+        log(number);
+        subject.close();
+        lines.push_back(files.Contents());
         files.Clear();
     }
     return lines;
 }
 
+/// Times can be compared only where all write the same words.
+bool WritesTheWords(const SSubject& subject, const TempFiles& files)
+{
+    const std::string words[] = {"axis reference run finished without errors", "axis 0 stands at position 1000",
+                                 "axis 0 drive locked 250.000000 3e8"};
+    const std::vector<std::string> lines = LinesOf(subject, 1000, files);
+    for (int message = 0; message < MESSAGE_COUNT; ++message) {
+        const std::string& line = lines[static_cast<std::size_t>(message)];
+        if (line.find(words[message]) == std::string::npos) {
+            std::fprintf(stderr, "%s does not write \"%s\" but:\n%s", subject.name.c_str(), words[message].c_str(),
+                         line.c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
 double Measure(const SSubject& subject, Message message, int threads, int lines)
 {
-    std::uint64_t start = 0;
-    std::uint64_t end = 0;
+    // Each thread takes its own times: with more threads than processors one may come to run long after the others.
+    std::vector<std::uint64_t> starts(static_cast<std::size_t>(threads));
+    std::vector<std::uint64_t> ends(starts.size());
     const int linesOfThread = lines / threads;
     void (*const log)(int) = subject.log[message];
     Barrier barrier(threads);
@@ -44,18 +62,15 @@ double Measure(const SSubject& subject, Message message, int threads, int lines)
             log(i);
         }
         barrier.Wait();
-        if (thread == 0) {
-            start = TickCounter::MonotonicNs();
-        }
+        starts[static_cast<std::size_t>(thread)] = TickCounter::MonotonicNs();
         for (int i = 0; i < linesOfThread; ++i) {
             log(i);
         }
-        barrier.Wait();
-        if (thread == 0) {
-            end = TickCounter::MonotonicNs();
-        }
+        ends[static_cast<std::size_t>(thread)] = TickCounter::MonotonicNs();
     });
-    return static_cast<double>(end - start) / (linesOfThread * threads);
+    const std::uint64_t taken =
+        *std::max_element(ends.begin(), ends.end()) - *std::min_element(starts.begin(), starts.end());
+    return static_cast<double>(taken) / (linesOfThread * threads);
 }
 
 } // namespace
@@ -65,22 +80,24 @@ int main(int argc, char** argv)
     const SOptions options = ParseOptions(argc, argv, PURPOSE, 9, 2);
     const int lines = options.quick ? 4000 : 20000;
     const TempFiles files(options.directory);
-    SetWrittenLines(LinesOfTheLibrary(files));
+    SetWrittenLines(LinesOf(QuarnSubject(), 1000, files)); // for write(2)
+    for (const SSubject& subject : SubjectsInTurn(Scene::FLUSHED, 0)) {
+        if (!WritesTheWords(subject, files)) {
+            return 1;
+        }
+    }
     Results results;
     for (const int threads : {1, 4}) {
         for (const Message message : {STATIC_TEXT, MIXED}) {
             for (int repetition = 0; repetition < options.repetitions; ++repetition) {
-                for (const SSubject& subject : Subjects()) {
-                    if (subject.flushes) {
-                        subject.open(Scene::FLUSHED, files.Directory());
-                        const double ns = Measure(subject, message, threads, lines);
-                        subject.close();
-                        files.Clear();
-                        results.Add({{"subject", subject.name},
-                                     {"message", NameOf(message)},
-                                     {"threads", std::to_string(threads)}},
-                                    {{"ns", ns}});
-                    }
+                for (const SSubject& subject : SubjectsInTurn(Scene::FLUSHED, repetition)) {
+                    subject.open(Scene::FLUSHED, files.Directory());
+                    const double ns = Measure(subject, message, threads, lines);
+                    subject.close();
+                    files.Clear();
+                    results.Add(
+                        {{"subject", subject.name}, {"message", NameOf(message)}, {"threads", std::to_string(threads)}},
+                        {{"ns", ns}});
                 }
             }
         }

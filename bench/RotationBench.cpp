@@ -18,12 +18,10 @@ using namespace QuarnBench;
 namespace {
 
 constexpr const char* PURPOSE =
-    "Microseconds for which a log call is held up by a rotation, with 10, 1000 and 10000 old files of which the "
-    "oldest\n"
-    "is removed: the first ten rotations against the 91st to 100th, the longest of all, and beside them reading the\n"
-    "names in the directory and a call without a rotation. CLOCK_REALTIME, as the library reads it, goes on by a "
-    "second\n"
-    "before each rotation, so that none waits for an unused time stamp.";
+    "Microseconds for which a log call is held up by a rotation, with 10, 1000 and 10000 old files of which\n"
+    "the oldest is removed: the first ten rotations against the 91st to 100th, the longest of all, and beside\n"
+    "them reading the names in the directory and a call without a rotation. CLOCK_REALTIME, as the library\n"
+    "reads it, goes on by a second before each rotation, so that none waits for an unused time stamp.";
 
 constexpr int CATEGORY = 12;
 constexpr int AT_AN_END = 10; ///< Rotations that count as the first, and as the last ones.

@@ -18,11 +18,10 @@ using namespace QuarnBench;
 namespace {
 
 constexpr const char* PURPOSE =
-    "Microseconds from the start of a process to its end, without the library, with ACE alone and with the library, "
-    "and\n"
-    "of dlopen in a process that has neither. With QUARN_BENCH_RESERVED=1 in the environment also of a start that "
-    "finds\n"
-    "a full queue in the reserved memory and prints it to /dev/null; that fills and clears the reserved memory.";
+    "Microseconds from the start of a process to its end, without the library, with ACE alone and with the\n"
+    "library, and of dlopen in a process that has neither. With QUARN_BENCH_RESERVED=1 in the environment\n"
+    "instead of a start that finds an empty queue in the reserved memory, and of one that finds a full queue\n"
+    "there and prints it to /dev/null; that fills and clears the reserved memory.";
 
 std::string FolderOfThisProgram()
 {

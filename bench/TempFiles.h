@@ -33,6 +33,16 @@ public:
 
     const std::string& Directory() const { return m_Directory; }
 
+    /// Of all files there together.
+    std::string Contents() const
+    {
+        std::ostringstream contents;
+        for (const auto& entry : std::filesystem::directory_iterator(m_Directory)) {
+            contents << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+        }
+        return contents.str();
+    }
+
     void Clear() const
     {
         for (const auto& entry : std::filesystem::directory_iterator(m_Directory)) {
@@ -43,14 +53,6 @@ public:
 private:
     std::string m_Directory;
 };
-
-/// The whole contents of a file.
-inline std::string ContentsOf(const std::string& fileName)
-{
-    std::ostringstream contents;
-    contents << std::ifstream(fileName, std::ios::binary).rdbuf();
-    return contents.str();
-}
 
 } // namespace QuarnBench
 

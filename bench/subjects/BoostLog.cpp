@@ -78,7 +78,7 @@ void LogTwoInts(int number)
 void LogMixed(int number)
 {
     BOOST_LOG_SEV(Log(), SEVERITY_INFO) << "axis " << (number & 7) << " drive "
-                                        << "locked" << ' ' << number * 0.25 << ' ' << std::hex << number;
+                                        << "locked" << ' ' << std::fixed << number * 0.25 << ' ' << std::hex << number;
 }
 
 void Filtered(int count)

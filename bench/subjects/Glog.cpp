@@ -30,7 +30,7 @@ void LogTwoInts(int number) { LOG(INFO) << "axis " << (number & 7) << " stands a
 void LogMixed(int number)
 {
     LOG(INFO) << "axis " << (number & 7) << " drive "
-              << "locked" << ' ' << number * 0.25 << ' ' << std::hex << number;
+              << "locked" << ' ' << std::fixed << number * 0.25 << ' ' << std::hex << number;
 }
 
 /// VLOG is the guard that glog offers for messages that are mostly off; LOG makes the message before it drops it.

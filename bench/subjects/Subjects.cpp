@@ -1,5 +1,9 @@
 #include "Subject.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <random>
+
 namespace QuarnBench {
 
 std::vector<SSubject> Subjects()
@@ -21,22 +25,31 @@ std::vector<SSubject> Subjects()
     return subjects;
 }
 
-std::vector<std::string> MissingPeers()
+std::vector<SSubject> SubjectsInTurn(Scene scene, int repetition)
 {
-    std::vector<std::string> missing;
-#ifndef QUARN_BENCH_SPDLOG
-    missing.emplace_back("spdlog");
-#endif
-#ifndef QUARN_BENCH_GLOG
-    missing.emplace_back("glog");
-#endif
-#ifndef QUARN_BENCH_LOG4CPLUS
-    missing.emplace_back("log4cplus");
-#endif
-#ifndef QUARN_BENCH_BOOSTLOG
-    missing.emplace_back("Boost.Log");
-#endif
-    return missing;
+    std::vector<SSubject> subjects;
+    for (const SSubject& subject : Subjects()) {
+        if (scene == Scene::QUEUED ? subject.queues : subject.flushes) {
+            subjects.push_back(subject);
+        }
+    }
+    if (repetition > 0) {
+        std::shuffle(subjects.begin(), subjects.end(), std::mt19937(static_cast<unsigned int>(repetition)));
+    }
+    return subjects;
+}
+
+bool NoneDropped()
+{
+    bool none = true;
+    for (const SSubject& subject : Subjects()) {
+        const unsigned int dropped = subject.dropped == nullptr ? 0 : subject.dropped();
+        if (dropped != 0) {
+            std::fprintf(stderr, "%s: %u messages found no room in the queue\n", subject.name.c_str(), dropped);
+            none = false;
+        }
+    }
+    return none;
 }
 
 } // namespace QuarnBench
