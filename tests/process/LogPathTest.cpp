@@ -1,5 +1,6 @@
 #include "HeapCount.h"
 #include "SystemCalls.h"
+#include "TempDir.h"
 
 #include <QuarnLogging/Logging.h>
 
@@ -88,6 +89,19 @@ TEST_F(LogPathTest, LineIsWrittenToTheConsoleWithOneSystemCall)
             SetLogOptions(L"ldebug");
             EnableAutologging(true);
             LogText(1, L"the first line makes the stream's buffer");
+        },
+        [] { LogText(1, L"a line"); });
+    EXPECT_THAT(calls, testing::ElementsAre(SYS_write));
+}
+
+TEST_F(LogPathTest, LineIsWrittenToAFileWithOneSystemCall)
+{
+    const TempDir dir;
+    const std::vector<long> calls = SystemCallsOf(
+        [&dir] {
+            SetLogOptions((L"ldebug;L" + dir.Wide("log.txt")).c_str());
+            EnableAutologging(true);
+            LogText(1, L"the first line reads the time zone");
         },
         [] { LogText(1, L"a line"); });
     EXPECT_THAT(calls, testing::ElementsAre(SYS_write));
