@@ -166,7 +166,7 @@ int CQAceLogger::Write(const SLogLine& line)
     }
     const bool complete = std::fwrite(ascii, 1, length, m_pStream) == length;
     std::fflush(m_pStream);
-    return complete ? static_cast<int>(length) : -1; // unreachable: the buffer of a console takes every line
+    return complete ? static_cast<int>(length) : -1;
 }
 
 /// The way for any line. Out of line for its buffer, which the others are spared.
@@ -340,7 +340,10 @@ void CQAceLogger::RemoveOldFiles()
     }
     const std::wstring_view directory = pattern.substr(0, separator);
     ACE_Dirent_Selector entries;
-    if (!Exists(directory) || entries.open(Narrow(directory).c_str()) == -1) { // unreachable: what throws in here
+    if (!Exists(directory)) {
+        return;
+    }
+    if (entries.open(Narrow(directory).c_str()) == -1) {
         return;
     }
     const std::wstring_view prefix = View(m_FileNamePrefix);

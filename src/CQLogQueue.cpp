@@ -285,7 +285,7 @@ const char* CQLogQueue::FileOf(const SLogRecord& record) const
     const unsigned char* const text = record.Text();
     const std::uint64_t offset = SLogRecord::FileOffset(LoadRelaxed(record.textLength));
     return offset < static_cast<std::uint64_t>(m_Buffer + sizeof m_Buffer - text)
-               ? reinterpret_cast<const char*>(text + offset) // unreachable: "" takes another process at this moment
+               ? reinterpret_cast<const char*>(text + offset)
                : "";
 }
 

@@ -3,13 +3,14 @@
 #include "Require.h"
 
 #include <dirent.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace QuarnTest {
 
@@ -17,36 +18,18 @@ namespace {
 
 FakePlatform* g_pPlatform = nullptr;
 
-/// A stream into a file's content, which lives as long as the stream at least.
-struct SOpenFile
+/// A stream with a descriptor, as a real file has one: the code under test may write past the stream.
+std::FILE* OpenInMemory()
 {
-    MemoryFileSystem::Content content;
-    std::size_t position = 0;
-};
+    const int descriptor = memfd_create("file", MFD_CLOEXEC);
+    Require(descriptor >= 0, "there is a file in memory");
+    return fdopen(descriptor, "w+");
+}
 
-ssize_t WriteTo(void* cookie, const char* bytes, std::size_t size)
+ssize_t WriteToConsole(void* cookie, const char* bytes, std::size_t size)
 {
-    auto& file = *static_cast<SOpenFile*>(cookie);
-    if (file.content->size() < file.position + size) {
-        file.content->resize(file.position + size);
-    }
-    file.content->replace(file.position, size, bytes, size);
-    file.position += size;
+    static_cast<std::string*>(cookie)->append(bytes, size);
     return static_cast<ssize_t>(size);
-}
-
-int Close(void* cookie)
-{
-    delete static_cast<SOpenFile*>(cookie);
-    return 0;
-}
-
-std::FILE* StreamInto(const MemoryFileSystem::Content& content)
-{
-    cookie_io_functions_t functions{};
-    functions.write = WriteTo;
-    functions.close = Close;
-    return fopencookie(new SOpenFile{content}, "w", functions);
 }
 
 /// The result of a call that sets errno.
@@ -79,11 +62,42 @@ FakePlatform::FakePlatform() { g_pPlatform = this; }
 
 FakePlatform::~FakePlatform() { g_pPlatform = nullptr; }
 
-CapturedConsole::CapturedConsole()
-    : m_Content(std::make_shared<std::string>())
-    , m_pBefore(stdout)
+std::FILE* FakePlatform::Open(const char* path)
 {
-    stdout = StreamInto(m_Content);
+    const MemoryFileSystem::Content content = m_Files.Create(path);
+    if (content == nullptr) {
+        errno = ENOENT;
+        return nullptr;
+    }
+    std::FILE* const stream = OpenInMemory();
+    m_Open[stream] = content;
+    return stream;
+}
+
+void FakePlatform::Close(std::FILE* stream)
+{
+    BringUpToDate();
+    m_Open.erase(stream);
+}
+
+void FakePlatform::BringUpToDate() const
+{
+    for (const auto& [stream, content] : m_Open) {
+        const int descriptor = fileno(stream);
+        struct stat status;
+        Require(fstat(descriptor, &status) == 0, "the file has a size");
+        content->resize(static_cast<std::size_t>(status.st_size));
+        Require(pread(descriptor, content->data(), content->size(), 0) == static_cast<ssize_t>(content->size()),
+                "the file is read");
+    }
+}
+
+CapturedConsole::CapturedConsole()
+    : m_pBefore(stdout)
+{
+    cookie_io_functions_t functions{};
+    functions.write = WriteToConsole;
+    stdout = fopencookie(&m_Text, "w", functions);
 }
 
 CapturedConsole::~CapturedConsole()
@@ -101,6 +115,7 @@ using namespace QuarnTest;
 extern "C" {
 
 int __real_clock_gettime(clockid_t clock, timespec* time);
+int __real_fclose(FILE* stream);
 FILE* __real_fopen64(const char* path, const char* mode);
 int __real_mkdir(const char* path, mode_t mode);
 int __real_nanosleep(const timespec* duration, timespec* rest);
@@ -118,6 +133,16 @@ int __wrap_clock_gettime(clockid_t clock, timespec* time)
     return 0;
 }
 
+int __wrap_fclose(FILE* stream)
+{
+    if (g_pPlatform == nullptr) {
+        return __real_fclose(stream);
+    }
+    std::fflush(stream);
+    g_pPlatform->Close(stream);
+    return __real_fclose(stream);
+}
+
 FILE* __wrap_fopen64(const char* path, const char* mode)
 {
     if (g_pPlatform == nullptr) {
@@ -127,12 +152,12 @@ FILE* __wrap_fopen64(const char* path, const char* mode)
     for (const auto& [name, content] : g_pPlatform->m_Files.Entries()) {
         before += content == nullptr ? 0 : content->size();
     }
-    const MemoryFileSystem::Content content = g_pPlatform->m_Files.Create(path);
+    std::FILE* const stream = g_pPlatform->Open(path);
     for (const auto& [name, left] : g_pPlatform->m_Files.Entries()) {
         before -= left == nullptr ? 0 : left->size();
     }
     Require(before == 0 || g_pPlatform->m_FailedRenames != 0, "a file is emptied only if it could not be moved away");
-    return content == nullptr ? (errno = ENOENT, nullptr) : StreamInto(content);
+    return stream;
 }
 
 double __wrap_GetStartTime() { return static_cast<double>(FIRST_SECOND); }

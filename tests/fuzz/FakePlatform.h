@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -24,11 +25,21 @@ public:
     FakePlatform(const FakePlatform&) = delete;
     FakePlatform& operator=(const FakePlatform&) = delete;
 
+    /// As fopen with "w+". Null, with errno, if there can be no such file.
+    std::FILE* Open(const char* path);
+    void Close(std::FILE* stream);
+
+    /// Gives the files that are open the content that their streams have by now.
+    void BringUpToDate() const;
+
     MemoryFileSystem m_Files;
     std::int64_t m_Now = FIRST_SECOND * 1000000000; ///< CLOCK_REALTIME, nanoseconds.
     std::vector<std::string> m_Unlinked;            ///< What unlink was asked for.
     int m_Removed = 0;                              ///< How often it did it.
     int m_FailedRenames = 0;
+
+private:
+    std::map<std::FILE*, MemoryFileSystem::Content> m_Open;
 };
 
 /// Standard output into a string.
@@ -40,10 +51,10 @@ public:
     CapturedConsole(const CapturedConsole&) = delete;
     CapturedConsole& operator=(const CapturedConsole&) = delete;
 
-    const std::string& Text() const { return *m_Content; }
+    const std::string& Text() const { return m_Text; }
 
 private:
-    MemoryFileSystem::Content m_Content;
+    std::string m_Text;
     std::FILE* m_pBefore;
 };
 

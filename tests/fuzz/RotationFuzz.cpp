@@ -161,6 +161,7 @@ private:
 
     void Check()
     {
+        m_Platform.BringUpToDate();
         for (const std::string& path : m_Platform.m_Unlinked) {
             Require(IsIn(m_Pattern, path) || IsIn(m_LastPattern, path), "only files of the pattern's directory go");
         }

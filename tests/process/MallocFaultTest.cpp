@@ -1,3 +1,4 @@
+#include "AllocationInfoAccess.h"
 #include "TempDir.h"
 
 #include <QuarnLogging/ApplicationTime.h>
@@ -7,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <time.h>
+
 #include <cerrno>
 #include <cstdarg>
 #include <cstddef>
@@ -14,6 +17,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <string>
 #include <thread>
@@ -154,13 +158,86 @@ TEST_F(MallocFaultTest, RegistrationLeavesALibraryThatLogs)
     UnRegisterLogger(&logger);
 }
 
-TEST_F(MallocFaultTest, ReadingTheDateLeavesALibraryThatLogs)
+TEST_F(MallocFaultTest, ChangeOfAFilterLeavesALibraryThatLogs)
+{
+    CountingLogger logger;
+    const SLevelDef all = {CATEGORY_ALL, 1000};
+    const SLevelDef levels[] = {{CATEGORY_ALL, 2000}, {7, 3000}, {1000, 3000}};
+    RegisterLogger(&logger, 1, &all);
+
+    const int failures = FailEach([&] { ModifyFilter(&logger, 1, &all); }, [&] { ModifyFilter(&logger, 3, levels); });
+
+    EXPECT_GE(failures, 4) << "two categories, of the logger and of all";
+    UnRegisterLogger(&logger);
+}
+
+TEST_F(MallocFaultTest, RemovalLeavesALibraryThatLogs)
+{
+    CountingLogger stays;
+    CountingLogger goes;
+    const SLevelDef levels[] = {{CATEGORY_ALL, 1000}, {7, 3000}, {1000, 3000}};
+    RegisterLogger(&stays, 3, levels);
+
+    const int failures = FailEach(
+        [&] {
+            UnRegisterLogger(&goes);
+            RegisterLogger(&goes, 3, levels);
+        },
+        [&] { UnRegisterLogger(&goes); });
+
+    EXPECT_GE(failures, 2) << "two categories of those that stay";
+    UnRegisterLogger(&stays);
+}
+
+/// The registry stays locked when an exception leaves it, so that there is a new one each time.
+TEST_F(MallocFaultTest, ReportOfTheAllocationsLeavesALibraryThatLogs)
+{
+    std::unique_ptr<CQAllocationInfo> registry;
+    const auto makeRegistry = [&] {
+        if (registry != nullptr) {
+            (*registry.*MemberOf(MutexTag{})).tryacquire(); // whether it was locked or not
+            (*registry.*MemberOf(MutexTag{})).release();
+        }
+        registry = std::make_unique<CQAllocationInfo>();
+        registry->EnableAddInfo(true);
+        registry->AddInfo(L"a.cpp", 10, this, 8);
+        registry->AddLineNumberUsedForMemoryDump(10);
+    };
+
+    const int failures = FailEach(makeRegistry, [&] { registry->DumpInfo(5); });
+
+    EXPECT_GE(failures, 3);
+}
+
+/// A file of a time zone that has been UTC since 1970, under another name of three letters.
+std::string ZoneFile(const std::string& name)
+{
+    const auto head = std::string("TZif2") + std::string(15, '\0') + std::string(15, '\0') + '\1' + // one transition
+                      std::string(3, '\0') + '\1' +                                                 // to the one type
+                      std::string(3, '\0') + '\4';                                                  // named "UTC"
+    const std::string type = std::string(1 + 6, '\0') + "UTC" + '\0';
+    // In 32 bits, in 64, and the rule for the time behind the last transition.
+    return head + std::string(4, '\0') + type + head + std::string(8, '\0') + type + "\n" + name + "0\n";
+}
+
+/// The C library keeps each name of a zone that it has met, and needs memory for a new one.
+TEST_F(MallocFaultTest, ReadingTheDateInANewTimeZoneLeavesALibraryThatLogs)
 {
     InitApplicationTime();
+    static char letter = 'A';
+    const auto moveToNewZone = [&] {
+        const std::string name = std::string("QZ") + letter++;
+        m_Dir.Write(name, ZoneFile(name));
+        setenv("TZ", m_Dir.File(name).c_str(), 1);
+        tzset();
+    };
 
-    FailEach([] {}, [] { GetEepromDate(); });
+    const int failures = FailEach(moveToNewZone, [] { GetEepromDate(); });
 
+    EXPECT_EQ(failures, 1);
     FiniApplicationTime();
+    setenv("TZ", "UTC", 1);
+    tzset();
 }
 
 } // namespace

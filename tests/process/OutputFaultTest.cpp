@@ -24,10 +24,7 @@ protected:
     static std::string Program(const std::string& arguments) { return MEMORY_USER " " + arguments; }
 
     /// Runs a command in the folder of the test.
-    SFinishedProcess Run(const std::string& command) const
-    {
-        return RunCommand("cd " + m_Dir.Path().string() + "; " + command);
-    }
+    SFinishedProcess Run(const std::string& command) const { return RunCommand(Inside(m_Dir) + command); }
 
     /// Runs a command whose descriptor 4 is a pipe without room and, from then on, without a reader.
     SFinishedProcess RunOnBrokenPipe(const std::string& command) const
@@ -52,8 +49,9 @@ protected:
 
 TEST_F(OutputFaultTest, PipeWhoseReaderHasGoneEndsTheProgramBySigpipe)
 {
-    const SFinishedProcess run =
-        RunOnBrokenPipe(Program("options=ldebug error=text options=ldebug") + " >&4; echo ended $? >&2");
+    // A shell cannot take back that a signal is ignored, as services often have this one.
+    const SFinishedProcess run = RunOnBrokenPipe(
+        "env --default-signal=PIPE " + Program("options=ldebug error=text options=ldebug") + " >&4; echo ended $? >&2");
 
     EXPECT_THAT(run.errors, EndsWith("ended 141\n")) << "128 and the 13 of SIGPIPE";
 }
@@ -96,6 +94,36 @@ TEST_F(OutputFaultTest, ConsoleOnAFullDeviceCostsTheLinesOnly)
 
     EXPECT_EQ(run.errors, "ended 0\n");
     EXPECT_THAT(m_Dir.Read(*m_Dir.Names().begin()), EndsWith(": kept\n"));
+}
+
+TEST_F(OutputFaultTest, ConsoleWithoutABufferOnAFullDeviceCostsTheLinesOnly)
+{
+    const SFinishedProcess run =
+        Run(Program("unbuffered= options=ldebug many=1000 'options=ldebug;Lapp.txt' error=kept") +
+            " >/dev/full; echo ended $? >&2");
+
+    EXPECT_EQ(run.errors, "ended 0\n");
+    EXPECT_THAT(m_Dir.Read(*m_Dir.Names().begin()), EndsWith(": kept\n"));
+}
+
+TEST_F(OutputFaultTest, ClosedStandardErrorCostsTheReportOfAMappingThatFailsOnly)
+{
+    const SFinishedProcess run =
+        Run("QUARN_MEMORY_FILE=/dev/null " + Program("options=ldebug error=kept") + " 2>&-; echo ended $?");
+
+    EXPECT_EQ(run.errors, "");
+    EXPECT_THAT(run.output, StartsWith("Could not mmap 2097152 bytes for CQLogQueue in special reserved memory, using "
+                                       "standard memory insteadmemory-user.cpp:7: error: "));
+    EXPECT_THAT(run.output, EndsWith(": kept\nended 0\n"));
+}
+
+// Again the lowest free descriptor: the memory that cannot be mapped, here a pipe, has taken the place of the stream.
+TEST_F(OutputFaultTest, ReportOfAMappingThatFailsGoesToTheMemoryInPlaceOfAClosedStandardError)
+{
+    const SFinishedProcess run = Run("mkfifo memory && exec 3<>memory && LC_ALL=C QUARN_MEMORY_FILE=memory " +
+                                     Program("say=main") + " 2>&- && dd if=memory iflag=nonblock bs=4096 2>/dev/null");
+
+    EXPECT_THAT(run.output, EndsWith("main\nError mmapping the protected memory for log queue.: No such device\n"));
 }
 
 TEST_F(OutputFaultTest, ReadOnlyFileSystemCostsTheLinesAndLeavesTheFiles)

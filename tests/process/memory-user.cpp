@@ -42,6 +42,7 @@ int main(int argc, char** argv)
         {"always=", [](const std::string& text) { LogText(LEVEL_NONE, L"%s", text.c_str()); }},
         {"many=", LogMany},
         {"dispatch=", [](const std::string&) { DispatchQueuedLogMessages(); }},
+        {"unbuffered=", [](const std::string&) { std::setvbuf(stdout, nullptr, _IONBF, 0); }},
         {"say=", [](const std::string& text) { std::puts(text.c_str()); }},
         {"threshold=",
          [](const std::string& category) { std::printf("threshold %d\n", g_pLogLevels[std::atoi(category.c_str())]); }},

@@ -18,12 +18,26 @@ struct SFinishedProcess
     std::string errors; ///< Standard error.
 };
 
-/// Runs a shell command to its end, in a folder of its own unless it changes it.
+/// One word for the shell, whatever is in it.
+inline std::string Quoted(const std::string& text)
+{
+    std::string quoted = "'";
+    for (const char character : text) {
+        quoted += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    }
+    return quoted + "'";
+}
+
+/// The beginning of a command that runs in a folder.
+inline std::string Inside(const TempDir& dir) { return "cd " + Quoted(dir.Path().string()) + " && "; }
+
+/// Runs a shell command to its end.
 inline SFinishedProcess RunCommand(const std::string& command)
 {
     const TempDir outputs;
-    const int status = std::system(
-        ("(" + command + "\n) >" + outputs.File("output") + " 2>" + outputs.File("errors") + " </dev/null").c_str());
+    const int status = std::system(("(" + command + "\n) >" + Quoted(outputs.File("output")) + " 2>" +
+                                    Quoted(outputs.File("errors")) + " </dev/null")
+                                       .c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
             outputs.Read("output"), outputs.Read("errors")};
 }

@@ -1,6 +1,5 @@
 #include "AceLoggerTest.h"
-
-#include <malloc.h>
+#include "HeapInUse.h"
 
 #include <filesystem>
 #include <iterator>
@@ -39,12 +38,15 @@ TEST_F(CQAceLoggerLoadTest, ManyRotationsLeaveNoDescriptorOpen)
 
 TEST_F(CQAceLoggerLoadTest, ManyRotationsLeaveNothingOnTheHeap)
 {
+    if (!FreedMemoryIsNotInUse()) {
+        GTEST_SKIP() << "the address sanitizer keeps for a while what was freed; its leak sanitizer looks, too";
+    }
     Rotate(10); // from here on there are as many old files as are kept
-    const std::size_t before = mallinfo2().uordblks;
+    const std::size_t before = HeapInUse();
 
     Rotate(10000);
 
-    EXPECT_EQ(mallinfo2().uordblks, before);
+    EXPECT_EQ(HeapInUse(), before);
 }
 
 TEST_F(CQAceLoggerLoadTest, ManyRotationsLeaveAsManyFilesAsAreKept)

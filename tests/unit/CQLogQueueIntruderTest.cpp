@@ -3,14 +3,36 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
 
 using namespace Quarn::Logging;
 using namespace QuarnTest;
+
+namespace {
+
+const std::function<void()>* g_pOnUnlock = nullptr; // once, behind the next release of a lock
+
+} // namespace
+
+extern "C" {
+int __real_pthread_mutex_unlock(pthread_mutex_t* mutex); // NOLINT(bugprone-reserved-identifier)
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex)  // NOLINT(bugprone-reserved-identifier)
+{
+    const int error = __real_pthread_mutex_unlock(mutex);
+    if (const std::function<void()>* const act = std::exchange(g_pOnUnlock, nullptr)) {
+        (*act)();
+    }
+    return error;
+}
+}
 
 namespace {
 
@@ -111,6 +133,24 @@ TEST_F(CQLogQueueIntruderTest, StringsOfAReadRecordLieInTheBlockWhileItsLengthsC
         });
 
     EXPECT_TRUE(inside);
+}
+
+TEST_F(CQLogQueueIntruderTest, FileNameIsEmptyIfTheTextGetsLongerThanTheBlockOnceTheRecordWasChecked)
+{
+    m_pQueue->WriteMessage(1, 2, 3.0, 4, "file", 5, L"text");
+    int number = 0;
+    double time = 0;
+    unsigned int threadId = 0;
+    const char* file = nullptr;
+    const wchar_t* text = nullptr;
+    const std::function<void()> intrude = [this] { Set(BUFFER + TEXT_LENGTH, 0x7A7A7A7A); };
+    g_pOnUnlock = &intrude;
+
+    const bool isRead = m_pQueue->ReadMessage(number, number, time, threadId, file, number, text);
+
+    ASSERT_TRUE(isRead);
+    EXPECT_STREQ(file, "");
+    EXPECT_STREQ(text, L"text");
 }
 
 } // namespace

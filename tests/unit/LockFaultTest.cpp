@@ -18,6 +18,9 @@
 
 using namespace Quarn::Logging;
 using namespace QuarnTest;
+using testing::AnyOf;
+using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 
 namespace {
@@ -46,12 +49,15 @@ protected:
     }
 
     /// Lets each lock of a call fail, one after the other. After each failure no lock may be held, and the library must
-    /// work: what the logger has got then, a message logged after the failure included, is one entry of the result.
-    template <class Call>
-    std::vector<Texts> AfterEachFailure(Call call)
+    /// work: what the logger has got then, a message logged after the failure included, is one entry of the result. In
+    /// front of each call all locks can be taken for preparations.
+    template <class Call, class Prepare = void (*)()>
+    std::vector<Texts> AfterEachFailure(
+        Call call, Prepare prepare = [] {})
     {
         std::vector<Texts> results;
         for (int nth = 1;; ++nth) {
+            prepare();
             m_Logger.m_Messages.clear();
             bool hit = false;
             {
@@ -134,6 +140,50 @@ TEST_F(LockFaultTest, FilterStaysAsItWasWithoutTheLock)
     ModifyFilter(&m_Logger, 1, &none);
 
     EXPECT_EQ(g_pLogLevels[5], 1000);
+}
+
+// Both filters pass the message that is logged afterwards. A filter in between would have to pass it, too.
+TEST_F(LockFaultTest, ChangedFilterIsTheOldOneOrTheNewOneWhicheverLockFails)
+{
+    const SLevelDef errors = {CATEGORY_ALL, 4000};
+
+    const std::vector<Texts> results =
+        AfterEachFailure([this] { ModifyFilter(&m_Logger, 1, &ALL); }, [&] { ModifyFilter(&m_Logger, 1, &errors); });
+
+    EXPECT_GE(results.size(), 1000U) << "a threshold for each category";
+    for (const Texts& texts : results) {
+        EXPECT_THAT(texts, ElementsAre(L"after"));
+    }
+    EXPECT_EQ(g_pLogLevels[5], 1000) << "of the call in which none failed";
+}
+
+TEST_F(LockFaultTest, ThresholdThatCouldNotBeCombinedIsRightAfterTheNextChange)
+{
+    std::vector<int> wrong;
+
+    const std::vector<Texts> results = AfterEachFailure(
+        [&] {
+            ModifyFilter(&m_Logger, 1, &ALL);
+            wrong.push_back(g_pLogLevels[5]);
+        },
+        [this] { ModifyFilter(&m_Logger, 1, &ALL); });
+
+    EXPECT_EQ(results.size() + 1, wrong.size());
+    EXPECT_THAT(wrong, Each(AnyOf(1000, LEVEL_NONE))) << "that of the logger, or that of none";
+    EXPECT_THAT(wrong, Contains(LEVEL_NONE)) << "its filter did not get into the thresholds";
+    EXPECT_EQ(g_pLogLevels[5], 1000);
+}
+
+TEST_F(LockFaultTest, LoggerIsRemovedWhicheverLockFailsButTheFirst)
+{
+    const std::vector<Texts> results =
+        AfterEachFailure([this] { UnRegisterLogger(&m_Other); }, [this] { RegisterLogger(&m_Other, 1, &ALL); });
+
+    EXPECT_GE(results.size(), 1000U) << "a threshold for each category";
+    for (const Texts& texts : results) {
+        EXPECT_THAT(texts, ElementsAre(L"after"));
+    }
+    EXPECT_THAT(m_Other.Texts(), ElementsAre(L"after")) << "without the lock of the registrations";
 }
 
 TEST_F(LockFaultTest, OptionsLeaveALibraryThatLogsWhicheverLockFails)
