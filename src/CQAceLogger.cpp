@@ -90,12 +90,9 @@ void SleepUntilNextSecond(long microseconds)
 }
 
 /// Writes past the buffer of a stream, which is to be empty: a tenth of a line's time is spent there.
-/// Like the buffer, it does not tell when the device takes nothing. False if there is no descriptor.
-bool WriteToDescriptor(int descriptor, const char* bytes, std::size_t size)
+/// Like the buffer, it does not tell when the device takes nothing.
+void WriteToDescriptor(int descriptor, const char* bytes, std::size_t size)
 {
-    if (descriptor < 0) { // unreachable: only a platform other than the tests' has such streams, as the fuzz targets'
-        return false;     // unreachable: likewise
-    }
     while (size != 0) {
         const ssize_t written = write(descriptor, bytes, size);
         if (written < 0 && errno == EINTR) {
@@ -107,7 +104,6 @@ bool WriteToDescriptor(int descriptor, const char* bytes, std::size_t size)
         bytes += written;
         size -= static_cast<std::size_t>(written);
     }
-    return true;
 }
 
 } // namespace
@@ -147,7 +143,7 @@ void CQAceLogger::Log(int level, int category, double time, unsigned int threadI
     }
 }
 
-/// Bytes written, or -1, as the formatted output says. Each way writes the same bytes.
+/// Bytes of the line, or -1 if it cannot be converted. Each way writes the same ones.
 int CQAceLogger::Write(const SLogLine& line)
 {
     char ascii[LOG_LINE_BUFFER_SIZE];
@@ -160,13 +156,12 @@ int CQAceLogger::Write(const SLogLine& line)
             m_IsLinePending = false;
             std::fflush(m_pStream);
         }
-        if (WriteToDescriptor(fileno(m_pStream), ascii, length)) { // unreachable: file without descriptor
-            return static_cast<int>(length);
-        }
+        WriteToDescriptor(fileno(m_pStream), ascii, length);
+    } else {
+        std::fwrite(ascii, 1, length, m_pStream);
+        std::fflush(m_pStream);
     }
-    const bool complete = std::fwrite(ascii, 1, length, m_pStream) == length;
-    std::fflush(m_pStream);
-    return complete ? static_cast<int>(length) : -1;
+    return static_cast<int>(length);
 }
 
 /// The way for any line. Out of line for its buffer, which the others are spared.
