@@ -146,6 +146,9 @@ TEST_F(LogLineModelTest, LinesInUnicodeAreThoseOfTheCLibrary)
 TEST_F(LogLineModelTest, LinesInOlderCharsetsAreThoseOfTheCLibrary)
 {
     for (const auto& [source, charset] : {std::pair("de_DE", "ISO-8859-15"), std::pair("ja_JP", "EUC-JP")}) {
+        if (!CompiledLocale::HasSource(source)) {
+            GTEST_SKIP() << "no source of the locale; the package locales has it";
+        }
         const CompiledLocale locale(source, charset);
         ASSERT_TRUE(locale.IsSet()) << source;
         CompareLines(5000);

@@ -352,6 +352,9 @@ TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryInUtf8)
 
 TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryWithADecimalComma)
 {
+    if (!CompiledLocale::HasSource("de_DE")) {
+        GTEST_SKIP() << "no source of the locale; the package locales has it";
+    }
     const CompiledLocale german("de_DE", "UTF-8");
     ASSERT_TRUE(german.IsSet());
 
@@ -362,6 +365,9 @@ TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryWithADecimalComma)
 
 TEST_F(MessageFormatModelTest, TextsAreThoseOfTheCLibraryInAnOlderCharset)
 {
+    if (!CompiledLocale::HasSource("ja_JP")) {
+        GTEST_SKIP() << "no source of the locale; the package locales has it";
+    }
     const CompiledLocale japanese("ja_JP", "EUC-JP");
     ASSERT_TRUE(japanese.IsSet());
 

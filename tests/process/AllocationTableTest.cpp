@@ -18,7 +18,7 @@ protected:
     SFinishedProcess TableOf(const std::string& log)
     {
         m_Folder.Write("log", log);
-        return RunCommand(TABLE_TOOL " '" + m_Folder.File("log") + "' 2>&1");
+        return RunCommand(TABLE_TOOL " " + Quoted(m_Folder.File("log")) + " 2>&1");
     }
 
 private:

@@ -1,3 +1,4 @@
+#include "Subprocess.h"
 #include "TempDir.h"
 
 #include <gmock/gmock.h>
@@ -32,8 +33,8 @@ class ControlLoopExampleTest : public testing::Test
 protected:
     void Run(const std::string& arguments)
     {
-        const std::string command = "cd '" + m_Dir.Path().string() + "' && '" + CONTROL_LOOP_PROGRAM "' " + arguments +
-                                    " >console.txt 2>errors.txt";
+        const std::string command =
+            Inside(m_Dir) + QuarnTest::Quoted(CONTROL_LOOP_PROGRAM) + " " + arguments + " >console.txt 2>errors.txt";
         m_ExitStatus = std::system(command.c_str());
     }
 

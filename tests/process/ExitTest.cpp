@@ -21,8 +21,7 @@ class ExitTest : public testing::Test
 protected:
     SFinishedProcess Run(const std::string& way, const std::string& options = "ldebug;Llog/app.txt")
     {
-        return RunCommand("cd " + m_Dir.Path().string() + " && QUARN_MEMORY_FILE=memory " EXIT_WAYS " " + way + " '" +
-                          options + "'");
+        return RunCommand(Inside(m_Dir) + "QUARN_MEMORY_FILE=memory " EXIT_WAYS " " + way + " '" + options + "'");
     }
 
     /// What stands behind the position and time in each line of a file.

@@ -15,7 +15,7 @@ class FileBackedMemoryTest : public testing::Test
 protected:
     SFinishedProcess RunOn(const std::string& file) const
     {
-        return RunCommand("TZ=UTC LD_PRELOAD=" FILE_BACKED_MEMORY " QUARN_MEMORY_FILE=" + file +
+        return RunCommand("TZ=UTC LD_PRELOAD=" FILE_BACKED_MEMORY " QUARN_MEMORY_FILE=" + Quoted(file) +
                           " " RELOADER " " QUARN_LIBRARY);
     }
 
@@ -43,9 +43,9 @@ TEST_F(FileBackedMemoryTest, LogIsDumpedFromTheFile)
 
 TEST_F(FileBackedMemoryTest, OtherFilesAreOpenedAsEver)
 {
-    const SFinishedProcess run = RunCommand("cd " + m_Dir.Path().string() +
-                                            " && umask 022 && LD_PRELOAD=" FILE_BACKED_MEMORY
-                                            " QUARN_MEMORY_FILE=memory sh -c 'echo text >other' && stat -c %a other");
+    const SFinishedProcess run =
+        RunCommand(Inside(m_Dir) + "umask 022 && LD_PRELOAD=" FILE_BACKED_MEMORY
+                                   " QUARN_MEMORY_FILE=memory sh -c 'echo text >other' && stat -c %a other");
 
     EXPECT_EQ(run.output, "644\n") << run.errors;
     EXPECT_EQ(m_Dir.Read("other"), "text\n");

@@ -41,7 +41,7 @@ protected:
     std::string MemoryUser(const std::string& arguments)
     {
         const SFinishedProcess run =
-            RunCommand("QUARN_MEMORY_FILE=" + m_Dir.File("memory") + " " MEMORY_USER " " + arguments);
+            RunCommand("QUARN_MEMORY_FILE=" + Quoted(m_Dir.File("memory")) + " " MEMORY_USER " " + arguments);
         EXPECT_EQ(run.errors, "");
         return run.output;
     }
@@ -88,7 +88,7 @@ TEST_F(HostileTextTest, MessagePassesUnchangedThroughTheReaderOfTheMemory)
 {
     MemoryUser("autolog=off 'error=" + HOSTILE + "' kill=");
 
-    const SFinishedProcess run = RunCommand(LOGDUMP " " + m_Dir.File("memory"));
+    const SFinishedProcess run = RunCommand(LOGDUMP " " + Quoted(m_Dir.File("memory")));
 
     EXPECT_THAT(run.output, EndsWith(": " + HOSTILE + "\n"));
 }

@@ -16,7 +16,7 @@ class InterpositionTest : public testing::Test
 protected:
     SFinishedProcess Run(const std::string& arguments)
     {
-        return RunCommand("TZ=UTC QUARN_MEMORY_FILE=" + m_Dir.File("memory") + " " INTERPOSER " " + arguments);
+        return RunCommand("TZ=UTC QUARN_MEMORY_FILE=" + Quoted(m_Dir.File("memory")) + " " INTERPOSER " " + arguments);
     }
 
     TempDir m_Dir;

@@ -2,6 +2,7 @@
 #include "QueueImage.h"
 #include "SeededRandom.h"
 #include "Subprocess.h"
+#include "TestDepth.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -60,11 +61,7 @@ protected:
     }
     void TearDown() override { munmap(m_pCounts, sizeof(SKillCounts)); }
 
-    static int Rounds()
-    {
-        const char* const rounds = std::getenv("QUARN_KILL_ROUNDS");
-        return rounds == nullptr ? DEFAULT_ROUNDS : std::atoi(rounds);
-    }
+    static int Rounds() { return ByDepth(DEFAULT_ROUNDS, 1000); }
     static bool IsVariable() { return std::string(GetParam().lengths) == "variable"; }
     std::uint32_t Random(std::uint32_t least, std::uint32_t most) { return least + m_Random() % (most - least + 1); }
     std::uint32_t Returned() const

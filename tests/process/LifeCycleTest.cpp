@@ -11,7 +11,7 @@ TEST(LifeCycleTest, EverythingIsHarmlessAfterTheLibrarysEnd)
 {
     const TempDir dir;
 
-    const SFinishedProcess run = RunCommand("cd " + dir.Path().string() + " && " LATE_CALLER " " QUARN_LIBRARY);
+    const SFinishedProcess run = RunCommand(Inside(dir) + LATE_CALLER " " QUARN_LIBRARY);
 
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_EQ(run.output, "end of main\n"

@@ -27,9 +27,9 @@ protected:
     /// What lnav selects from log.txt, as comma-separated values.
     std::string Select(const std::string& what) const
     {
-        const SFinishedProcess run = RunCommand(
-            "cd " + m_Dir.Path().string() + " && HOME=$PWD XDG_CONFIG_HOME=$PWD TMPDIR=$PWD timeout 60 lnav" +
-            " -n -N -q -I config -c ';SELECT " + what + " FROM quarn_logging' -c ':write-csv-to -' log.txt");
+        const SFinishedProcess run =
+            RunCommand(Inside(m_Dir) + "HOME=$PWD XDG_CONFIG_HOME=$PWD TMPDIR=$PWD timeout 60 lnav" +
+                       " -n -N -q -I config -c ';SELECT " + what + " FROM quarn_logging' -c ':write-csv-to -' log.txt");
         EXPECT_EQ(run.exitCode, 0) << run.errors;
         return run.output;
     }

@@ -61,8 +61,8 @@ TEST(LoggerExamplesTest, PluginThatIsMissingIsReported)
 TEST(LoggerExamplesTest, OptionsFromTheFifoAreAppliedInTurn)
 {
     const TempDir dir;
-    const std::string fifo = dir.File("control");
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(dir.File("control").c_str(), 0600), 0);
+    const std::string fifo = Quoted(dir.File("control"));
 
     const SFinishedProcess run = RunCommand(OPTIONS_FIFO " " + fifo + " & printf 'ldebug\\nlerror\\n' >" + fifo +
                                             "; printf 'lwarning;o7D\\no-1E\\n\\nquit\\n' >" + fifo + "; wait");

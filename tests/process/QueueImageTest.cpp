@@ -1,5 +1,6 @@
 #include "QueueModel.h"
 #include "QueueScript.h"
+#include "Subprocess.h"
 #include "TempDir.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +36,7 @@ protected:
     /// The exit code of queue-image.
     int Run(const std::string& tool, const char* command)
     {
-        const int status = std::system(("'" + tool + "' " + command + " '" + m_Dir.File("image") + "'").c_str());
+        const int status = std::system((Quoted(tool) + " " + command + " " + Quoted(m_Dir.File("image"))).c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 

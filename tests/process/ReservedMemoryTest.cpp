@@ -29,7 +29,7 @@ class ReservedMemoryTest : public testing::Test
 protected:
     std::string Command(const std::string& actions, const std::string& program = MEMORY_USER) const
     {
-        return "TZ=UTC QUARN_MEMORY_FILE=" + m_Dir.File("memory") + " " + program + " " + actions;
+        return "TZ=UTC QUARN_MEMORY_FILE=" + Quoted(m_Dir.File("memory")) + " " + program + " " + actions;
     }
     SFinishedProcess Run(const std::string& actions) const { return RunCommand(Command(actions)); }
     void Provide(const QueueImage& image) const { image.Save(m_Dir.File("memory")); }

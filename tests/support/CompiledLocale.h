@@ -6,6 +6,7 @@
 
 #include <clocale>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 namespace QuarnTest {
@@ -19,7 +20,8 @@ public:
     {
         const std::string name = source + "." + charset;
         // What it says is warnings, with which its exit code is 1.
-        RunCommand("localedef --no-warnings=all -i " + source + " -f " + charset + " " + m_Dir.File(name) + " 2>&1");
+        RunCommand("localedef --no-warnings=all -i " + source + " -f " + charset + " " + Quoted(m_Dir.File(name)) +
+                   " 2>&1");
         setenv("LOCPATH", m_Dir.Path().c_str(), 1);
         m_IsSet = std::setlocale(LC_ALL, name.c_str()) != nullptr;
     }
@@ -31,8 +33,13 @@ public:
     CompiledLocale(const CompiledLocale&) = delete;
     CompiledLocale& operator=(const CompiledLocale&) = delete;
 
-    /// Whether there was such a source.
     bool IsSet() const { return m_IsSet; }
+
+    /// Whether there is such a source at all. Without it a test can only say so and be skipped.
+    static bool HasSource(const std::string& source)
+    {
+        return std::filesystem::exists("/usr/share/i18n/locales/" + source);
+    }
 
 private:
     TempDir m_Dir;

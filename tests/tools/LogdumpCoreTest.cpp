@@ -13,7 +13,7 @@ namespace {
 /// Dies of a program's crash in a folder; the name of the core file there, or nothing.
 std::string CoreOf(const std::string& program, const TempDir& dir)
 {
-    const SFinishedProcess run = RunCommand("cd " + dir.Path().string() + " && ASAN_OPTIONS=disable_coredump=0 " +
+    const SFinishedProcess run = RunCommand(Inside(dir) + "ASAN_OPTIONS=disable_coredump=0 " +
                                             "TSAN_OPTIONS=disable_coredump=0 exec " + program);
     EXPECT_NE(run.exitCode, 0);
     for (const std::string& name : dir.Names()) {
@@ -32,7 +32,7 @@ void ExpectLogInCore(const std::string& tool, const std::string& program, const 
     if (core.empty()) {
         GTEST_SKIP() << "this system does not put a core file into the working folder";
     }
-    const SFinishedProcess run = RunCommand(tool + " --category 42 " + core);
+    const SFinishedProcess run = RunCommand(tool + " --category 42 " + Quoted(core));
 
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_THAT(run.output, testing::ContainsRegex("core-dumper.cpp:7: \\?: m=42 t=[0-9.:-]* tid=0x[0-9a-f]*: " +

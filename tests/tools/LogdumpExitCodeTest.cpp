@@ -61,7 +61,7 @@ TEST(LogdumpExitCodeTest, FolderCannotBeRead)
 {
     const TempDir dir;
 
-    EXPECT_EQ(RunTool(dir.Path().string()).exitCode, 3);
+    EXPECT_EQ(RunTool(Quoted(dir.Path().string())).exitCode, 3);
 }
 
 TEST(LogdumpExitCodeTest, OutputThatIsFullIsTold)
@@ -71,7 +71,7 @@ TEST(LogdumpExitCodeTest, OutputThatIsFullIsTold)
     const TempDir dir;
     dir.Write("image", image.Bytes());
 
-    const SFinishedProcess run = RunTool(dir.File("image") + " >/dev/full");
+    const SFinishedProcess run = RunTool(Quoted(dir.File("image")) + " >/dev/full");
 
     EXPECT_EQ(run.exitCode, 4);
     EXPECT_THAT(run.errors, testing::EndsWith(": standard output did not take everything\n"));

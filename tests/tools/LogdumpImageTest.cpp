@@ -64,8 +64,8 @@ TEST(LogdumpImageTest, StandardInputIsAnImageToo)
     const TempDir dir;
     dir.Write("image", std::string(12, 'x') + ImageWith(L"piped"));
 
-    const SFinishedProcess file = RunTool("- <" + dir.File("image"));
-    const SFinishedProcess pipe = RunCommand("cat " + dir.File("image") + " | TZ=UTC " LOGDUMP " -");
+    const SFinishedProcess file = RunTool("- <" + Quoted(dir.File("image")));
+    const SFinishedProcess pipe = RunCommand("cat " + Quoted(dir.File("image")) + " | TZ=UTC " LOGDUMP " -");
 
     EXPECT_EQ(file.output, InfoLine("piped"));
     EXPECT_EQ(pipe.output, InfoLine("piped"));
@@ -81,7 +81,7 @@ TEST(LogdumpImageTest, ImageIsLeftAsItIs)
     dir.Write("image", image.Bytes());
     std::filesystem::permissions(dir.File("image"), std::filesystem::perms::owner_read);
 
-    RunTool("--all " + dir.File("image"));
+    RunTool("--all " + Quoted(dir.File("image")));
 
     EXPECT_TRUE(dir.Read("image") == image.Bytes());
     EXPECT_EQ(dir.Names().size(), 1U);
@@ -97,7 +97,7 @@ TEST(LogdumpImageTest, QueueBehindFiveGigabytesOfHolesIsFound)
         file << ImageWith(L"far away");
     }
 
-    const SFinishedProcess run = RunTool("--json " + dir.File("image"));
+    const SFinishedProcess run = RunTool("--json " + Quoted(dir.File("image")));
 
     EXPECT_THAT(run.output, testing::StartsWith("{\"queue\":5000000004,"));
     EXPECT_THAT(run.output, testing::HasSubstr("far away"));

@@ -63,10 +63,10 @@ TEST(LogdumpLineTest, ColorIsShownOnATerminalUnlessForbidden)
 {
     const TempDir dir;
     dir.Write("image", LevelsImage());
-    const std::string command = LOGDUMP " " + dir.File("image");
+    const std::string command = LOGDUMP " " + Quoted(dir.File("image"));
 
-    const SFinishedProcess automatic = RunCommand("script -qec '" + command + "' /dev/null");
-    const SFinishedProcess never = RunCommand("script -qec '" + command + " --color=never' /dev/null");
+    const SFinishedProcess automatic = RunCommand("script -qec " + Quoted(command) + " /dev/null");
+    const SFinishedProcess never = RunCommand("script -qec " + Quoted(command + " --color=never") + " /dev/null");
 
     EXPECT_THAT(automatic.output, testing::HasSubstr("\x1b[31maxis.cpp:7: error"));
     EXPECT_THAT(never.output, testing::HasSubstr("axis.cpp:7: error"));
@@ -81,7 +81,7 @@ TEST(LogdumpLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
     dir.Write("image", image.Bytes());
 
     const SFinishedProcess run =
-        RunCommand("script -qec '" LOGDUMP " --color=never " + dir.File("image") + "' /dev/null");
+        RunCommand("script -qec " + Quoted(LOGDUMP " --color=never " + Quoted(dir.File("image"))) + " /dev/null");
 
     EXPECT_THAT(run.output, testing::HasSubstr("to the\tright \xEF\xBF\xBD]0;title\xEF\xBF\xBD\r\n"));
 }

@@ -51,7 +51,7 @@ inline SFinishedProcess DumpBytes(const std::string& bytes, const std::string& a
 {
     const TempDir dir;
     dir.Write("image", bytes);
-    return RunTool(arguments + " " + dir.File("image"), environment);
+    return RunTool(arguments + " " + Quoted(dir.File("image")), environment);
 }
 
 /// The line of a record with the standard fields at 9 s.

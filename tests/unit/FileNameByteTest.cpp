@@ -66,7 +66,11 @@ TEST_F(FileNameByteTest, EveryOtherByteIsKeptInTheNameAndFoundAgain)
             continue;
         }
         SCOPED_TRACE(byte);
-        m_Dir.Write("log/" + NameWith(byte, "b-20240101-000000.txt"), "old");
+        const std::string old = NameWith(byte, "b-20240101-000000.txt");
+        m_Dir.Write("log/" + old, "old");
+        if (m_Dir.Names("log") != Names{old}) {
+            GTEST_SKIP() << "the file system of " << m_Dir.Path() << " does not take the byte " << byte;
+        }
 
         LogToNameWith(byte);
 
