@@ -1,6 +1,8 @@
 #include "AceLoggerTest.h"
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
