@@ -212,7 +212,14 @@ int CQApplicationTime::CQUpdateThread::Start(CQApplicationTime* owner)
 int CQApplicationTime::CQUpdateThread::Stop()
 {
     m_Running.store(false, std::memory_order_relaxed);
-    return wait();
+    // libACE needs memory to wait, and returns at once if there is none. The thread uses this object until it ends.
+    int result = wait();
+    while (result == -1 && errno == ENOMEM) {
+        const timespec duration = {0, 1000000};
+        nanosleep(&duration, nullptr);
+        result = wait();
+    }
+    return result;
 }
 
 int CQApplicationTime::CQUpdateThread::svc()

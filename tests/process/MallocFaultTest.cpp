@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sched.h>
 #include <time.h>
 
 #include <cerrno>
@@ -238,6 +239,16 @@ TEST_F(MallocFaultTest, ReadingTheDateInANewTimeZoneLeavesALibraryThatLogs)
     FiniApplicationTime();
     setenv("TZ", "UTC", 1);
     tzset();
+}
+
+TEST_F(MallocFaultTest, EndOfTheApplicationClockWaitsForItsThread)
+{
+    const int failures = FailEach(InitApplicationTime, FiniApplicationTime);
+
+    EXPECT_GE(failures, 1) << "libACE's, to wait";
+    while (std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}) != 1) {
+        sched_yield(); // one that has ended may be listed for a moment yet, one that has not for ever
+    }
 }
 
 } // namespace
