@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <cwchar>
 #include <iterator>
 #include <type_traits>
@@ -71,11 +72,7 @@ bool RoundsToNearest()
     return (control & (_FPU_RC_UP | _FPU_RC_DOWN | _FPU_RC_ZERO)) == _FPU_RC_NEAREST;
 }
 
-bool DecimalPointIsDot()
-{
-    const char* const point = nl_langinfo(RADIXCHAR);
-    return point[0] == '.' && point[1] == '\0';
-}
+bool DecimalPointIsDot() { return std::strcmp(nl_langinfo(RADIXCHAR), ".") == 0; }
 
 /// Formats one message. Each operation returns false where the message is to be left to the C library.
 class Formatter
@@ -284,10 +281,9 @@ std::int64_t Formatter::NextSigned(Length length)
         return va_arg(m_Args, long long);
     case Length::SIZE:
         return va_arg(m_Args, std::make_signed_t<std::size_t>);
-    case Length::INT:
-        break;
+    default:
+        return va_arg(m_Args, int);
     }
-    return va_arg(m_Args, int);
 }
 
 std::uint64_t Formatter::NextUnsigned(Length length)
@@ -303,10 +299,9 @@ std::uint64_t Formatter::NextUnsigned(Length length)
         return va_arg(m_Args, unsigned long long);
     case Length::SIZE:
         return va_arg(m_Args, std::size_t);
-    case Length::INT:
-        break;
+    default:
+        return va_arg(m_Args, unsigned int);
     }
-    return va_arg(m_Args, unsigned int);
 }
 
 bool Formatter::Signed(const SConversion& conversion)

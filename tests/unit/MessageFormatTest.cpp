@@ -49,8 +49,10 @@ TEST_F(MessageFormatTest, TextWithoutConversionsIsCopied)
 
 TEST_F(MessageFormatTest, IntegersOfEveryLengthKeepTheirWidth)
 {
-    EXPECT_EQ(Format(L"%hhd %hu %d %ld %lld %zu", 511, 65537, INT_MIN, -7L, LLONG_MIN, sizeof(char)),
+    EXPECT_EQ(Format(L"%hhd %hd %d %ld %lld %zd", 511, 65537, INT_MIN, -7L, LLONG_MIN, sizeof(char)),
               L"-1 1 -2147483648 -7 -9223372036854775808 1");
+    EXPECT_EQ(Format(L"%hhu %hu %u %lu %llu %zu", 511, 65537, UINT_MAX, 7UL, ULLONG_MAX, sizeof(char)),
+              L"255 1 4294967295 7 18446744073709551615 1");
     EXPECT_EQ(g_FallBacks, 0U);
 }
 
@@ -97,6 +99,39 @@ TEST_F(MessageFormatTest, OtherConversionsLeaveTheWholeMessageToTheCLibrary)
 {
     EXPECT_EQ(Format(L"%d %g %d", 1, 0.25, 2), L"1 0.25 2");
     EXPECT_EQ(g_FallBacks, 1U);
+}
+
+TEST_F(MessageFormatTest, ShapesThatAreRareAreLeftToTheCLibrary)
+{
+    EXPECT_EQ(Format(L"%+p %.20p %lp", m_Buffer, nullptr, nullptr).find(L'+'), 0U);
+    EXPECT_EQ(Format(L"%.20p", nullptr), L"(nil)");
+    EXPECT_EQ(Format(L"%lp", nullptr), L"(nil)");
+    EXPECT_EQ(Format(L"%#.0f", 1.0), L"1.");
+    EXPECT_EQ(Format(L"%hf", 1.0), L"1.000000");
+    EXPECT_EQ(Format(L"%lf", 1.0), L"1.000000") << "not this one";
+    EXPECT_EQ(Format(L"%+c%.3c", 'a', 'b'), L"ab");
+    EXPECT_EQ(Format(L"%.3c", 'b'), L"b");
+    EXPECT_EQ(Format(L"%hc", 'b'), L"b");
+    EXPECT_EQ(Format(L"%hs", "b"), L"b");
+    EXPECT_EQ(Format(L"%+s", "b"), L"b");
+    EXPECT_EQ(g_FallBacks, 10U);
+}
+
+TEST_F(MessageFormatTest, WidthsInTheTenThousandsAreLeftToTheCLibrary)
+{
+    Format(L"%10000d", 1);
+    Format(L"%1234567d", 1);
+    Format(L"%*d", 10000, 1);
+    Format(L"%*d", -10000, 1);
+    EXPECT_EQ(m_Result, -1) << "no room";
+    EXPECT_EQ(g_FallBacks, 4U);
+}
+
+TEST_F(MessageFormatTest, BufferWithoutAnyRoomFails)
+{
+    m_Size = 0;
+    Format(L"text");
+    EXPECT_EQ(m_Result, -1);
 }
 
 TEST_F(MessageFormatTest, PositionalArgumentsAreLeftToTheCLibrary)
