@@ -216,7 +216,7 @@ void CQLoggerFacade::Log(int level, int category, const char* file, int line, co
 
 void CQLoggerFacade::DispatchLogMessages()
 {
-    const LockGuard guard(m_DispatchMutex);
+    const LockGuard guard(m_DispatchMutex, ROUNDS_DURING_OUTPUT);
     if (!guard.Locked()) {
         return;
     }

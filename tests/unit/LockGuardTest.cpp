@@ -60,6 +60,29 @@ TEST_F(LockGuardTest, BusyMutexIsTriedFiftyTimesAndThenWaitedFor)
     EXPECT_EQ(plan.Calls(Service::MutexLock), 1);
 }
 
+TEST_F(LockGuardTest, MutexThatIsHeldDuringOutputIsTriedInTwentyRounds)
+{
+    FaultPlan plan;
+    plan.Fail(Service::MutexTrylock, EBUSY, 1, 2000);
+
+    const LockGuard guard(m_Mutex, ROUNDS_DURING_OUTPUT);
+
+    EXPECT_TRUE(guard.Locked());
+    EXPECT_EQ(plan.Calls(Service::MutexTrylock), 1000);
+    EXPECT_EQ(plan.Calls(Service::MutexLock), 1);
+}
+
+TEST_F(LockGuardTest, MutexThatBecomesFreeInALaterRoundIsTakenWithoutWaiting)
+{
+    FaultPlan plan;
+    plan.Fail(Service::MutexTrylock, EBUSY, 1, 70);
+
+    const LockGuard guard(m_Mutex, ROUNDS_DURING_OUTPUT);
+
+    EXPECT_TRUE(guard.Locked());
+    EXPECT_EQ(plan.Calls(Service::MutexTrylock), 71);
+}
+
 TEST_F(LockGuardTest, AnyOtherErrorOfATryIsFinal)
 {
     FaultPlan plan;
