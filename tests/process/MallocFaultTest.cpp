@@ -210,7 +210,7 @@ TEST_F(MallocFaultTest, ReportOfTheAllocationsLeavesALibraryThatLogs)
     EXPECT_GE(failures, 3);
 }
 
-/// A file of a time zone that has been UTC since 1970, under another name of three letters.
+/// A file of a time zone that has been UTC for as long as can be told, under another name of three letters.
 std::string ZoneFile(const std::string& name)
 {
     const auto head = std::string("TZif2") + std::string(15, '\0') + std::string(15, '\0') + '\1' + // one transition
@@ -218,7 +218,8 @@ std::string ZoneFile(const std::string& name)
                       std::string(3, '\0') + '\4';                                                  // named "UTC"
     const std::string type = std::string(1 + 6, '\0') + "UTC" + '\0';
     // In 32 bits, in 64, and the rule for the time behind the last transition.
-    return head + std::string(4, '\0') + type + head + std::string(8, '\0') + type + "\n" + name + "0\n";
+    return head + '\x80' + std::string(3, '\0') + type + head + '\x80' + std::string(7, '\0') + type + "\n" + name +
+           "0\n";
 }
 
 /// The C library keeps each name of a zone that it has met, and needs memory for a new one.
