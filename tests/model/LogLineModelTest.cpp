@@ -29,7 +29,7 @@ std::wstring LineOfTheCLibrary(const SLogLine& line)
     const time_t seconds = fits ? static_cast<time_t>(line.wallTime) : std::numeric_limits<int>::min();
     tm date{};
     localtime_r(&seconds, &date);
-    const long double rounded = static_cast<double>(line.wallTime);
+    const auto rounded = static_cast<long double>(static_cast<double>(line.wallTime));
     const long double fraction = (rounded - std::floor(rounded)) * 1000;
     const unsigned int milliseconds = std::isnan(fraction) ? 0
                                       : fraction < 1000    ? static_cast<unsigned int>(fraction)
@@ -84,8 +84,10 @@ protected:
     }
     long double AnyTime()
     {
-        const long double edges[] = {0.0L,           -0.25L,        -1e-30L, 2147483647.9996L, 2147483648.0L,
-                                     -2147483649.0L, 1711846800.0L, 1e300L,  INFINITY,         NAN};
+        constexpr long double ENDLESS = std::numeric_limits<long double>::infinity();
+        const long double edges[] = {
+            0.0L,           -0.25L,        -1e-30L, 2147483647.9996L, 2147483648.0L,
+            -2147483649.0L, 1711846800.0L, 1e300L,  ENDLESS,          std::numeric_limits<long double>::quiet_NaN()};
         return m_Random.OneIn(4)
                    ? m_Random.AnyOf(edges)
                    : static_cast<long double>(m_Random()) / 2 + static_cast<long double>(m_Random()) / 4294967296.0L;
