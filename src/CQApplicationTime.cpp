@@ -213,13 +213,15 @@ int CQApplicationTime::CQUpdateThread::Stop()
 {
     m_Running.store(false, std::memory_order_relaxed);
     // libACE needs memory to wait, and returns at once if there is none. The thread uses this object until it ends.
-    int result = wait();
-    while (result == -1 && errno == ENOMEM) {
+    for (;;) {
+        errno = 0;
+        const int result = wait();
+        if (result != -1 || errno != ENOMEM) { // unreachable: an error that is another one, of which none is known
+            return result;
+        }
         const timespec duration = {0, 1000000};
         nanosleep(&duration, nullptr);
-        result = wait();
     }
-    return result;
 }
 
 int CQApplicationTime::CQUpdateThread::svc()
