@@ -98,7 +98,8 @@ private:
             return false;
         }
         const auto text = static_cast<std::uint32_t>(position + 52 + 4 * textLength);
-        return Word(text, 0) == 0 && (Word(text, static_cast<std::uint32_t>(4 + fileLength)) & 0xFF) == 0;
+        const auto fileEnd = static_cast<std::uint32_t>(text + 4 + fileLength); // perhaps the last byte of the block
+        return Word(text, 0) == 0 && (Word(fileEnd / 4 * 4, 0) >> fileEnd % 4 * 8 & 0xFF) == 0;
     }
 
     QueuePainter& m_Block;
