@@ -23,9 +23,11 @@ using testing::StartsWith;
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int DEFAULT_ROUNDS = 12; // starting a program takes ten times as long
+constexpr int ORDINARY_ROUNDS = 12; // starting a program takes ten times as long
+constexpr int NIGHTLY_ROUNDS = 200;
 #else
-constexpr int DEFAULT_ROUNDS = 60;
+constexpr int ORDINARY_ROUNDS = 60;
+constexpr int NIGHTLY_ROUNDS = 1000;
 #endif
 
 constexpr int CATEGORY = 0;
@@ -61,7 +63,7 @@ protected:
     }
     void TearDown() override { munmap(m_pCounts, sizeof(SKillCounts)); }
 
-    static int Rounds() { return ByDepth(DEFAULT_ROUNDS, 1000); }
+    static int Rounds() { return ByDepth(ORDINARY_ROUNDS, NIGHTLY_ROUNDS); }
     static bool IsVariable() { return std::string(GetParam().lengths) == "variable"; }
     std::uint32_t Random(std::uint32_t least, std::uint32_t most) { return least + m_Random() % (most - least + 1); }
     std::uint32_t Returned() const
