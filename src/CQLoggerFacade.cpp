@@ -28,11 +28,13 @@ constexpr std::size_t TEXT_SIZE = 1000;
 
 std::uint32_t CQLoggerFacade::m_NumberOfInstances = 0;
 
-CQLoggerFacade::CQLoggerFacade()
+CQLoggerFacade::CQLoggerFacade(bool* isAlive)
+    : m_pIsAlive(isAlive)
 {
     m_pSpecialMemory = MapSpecialMemory();
     m_pQueue = m_pSpecialMemory != nullptr ? new (m_pSpecialMemory) CQLogQueue(true) : new CQLogQueue(false);
     InstallLevels();
+    TellWhetherAlive(true);
     if (m_pQueue->GetCount() != 0) {
         DumpPreviousRun();
     }
@@ -44,6 +46,7 @@ CQLoggerFacade::CQLoggerFacade()
 CQLoggerFacade::~CQLoggerFacade()
 {
     const NoCancellation scope;
+    TellWhetherAlive(false);
     WithdrawLevels();
     while (m_pLoggers != nullptr) {
         SLoggerEntry* const entry = m_pLoggers;
@@ -98,6 +101,13 @@ void CQLoggerFacade::WithdrawLevels()
     if (--m_NumberOfInstances == 0) {
         StoreRelaxed(g_pLogLevels, static_cast<int*>(nullptr));
         StoreRelaxed(g_MaxLogLevels, -1);
+    }
+}
+
+void CQLoggerFacade::TellWhetherAlive(bool alive)
+{
+    if (m_pIsAlive != nullptr) {
+        StoreRelaxed(*m_pIsAlive, alive);
     }
 }
 

@@ -27,7 +27,10 @@ public:
 
     /// Maps the reserved memory, or allocates the queue, and installs the table behind g_pLogLevels. Messages that an
     /// earlier run left in the reserved memory are printed to the console first.
-    CQLoggerFacade();
+    ///
+    /// @param[out] isAlive  true from the moment on at which the facade can be used, which is before it prints, to that
+    ///                      at which it begins to end; null if nobody asks. Outlives the facade.
+    explicit CQLoggerFacade(bool* isAlive = nullptr);
 
     /// Takes the table back and releases the queue. What is still queued is not dispatched; in the reserved memory it
     /// stays for the next run.
@@ -98,6 +101,7 @@ private:
     void* MapSpecialMemory();
     void InstallLevels();
     void WithdrawLevels();
+    void TellWhetherAlive(bool alive);
     void DumpPreviousRun();
     void SetStartTime();
     SLoggerEntry** FindLink(const IQLogger* logger);
@@ -121,6 +125,7 @@ private:
     int* m_pSavedLogLevels = nullptr;                          ///< g_pLogLevels as it was before.
     void* m_pSpecialMemory = nullptr;                          ///< The mapping, or null.
     int m_SpecialMemoryFd = -1;
+    bool* m_pIsAlive;        ///< The owner's; null if there is none.
     Walk* m_pWalk = nullptr; ///< The innermost one, under m_DispatchMutex; null while nobody dispatches.
 };
 

@@ -19,6 +19,14 @@ int* g_pLogLevels = nullptr;
 
 namespace Quarn::Logging {
 
+namespace {
+
+/// Whether g_Logger can be used. False before it is ready and after it was destroyed at exit, when destructors and
+/// atexit handlers of the process may still call in. g_MaxLogLevels does not tell: any client may write to it.
+bool g_LoggerAlive = false;
+
+} // namespace
+
 bool g_Autologging = true;
 bool g_LoggerRegistered = false;
 CQApplicationTime* g_pApplicationTime = nullptr;
@@ -26,16 +34,14 @@ CQApplicationTime* g_pApplicationTime = nullptr;
 // In this order: the facade may print a previous run's log through the built-in logger while it is constructed, and at
 // exit it is gone before that logger closes its file.
 CQAceLogger g_BuiltInLogger;
-CQLoggerFacade g_Logger;
+CQLoggerFacade g_Logger(&g_LoggerAlive);
 
 namespace {
 
 /// Last: until both objects are there g_pLogFunc is null, and what the library itself would log is passed over.
 [[maybe_unused]] const bool g_LogFuncInstalled = (::SetLogFunc(::BuiltInLogging), true);
 
-/// False before the facade is ready and after it was destroyed at exit, when destructors and atexit handlers of the
-/// process may still call in.
-bool IsFacadeAlive() { return LoadRelaxed(g_MaxLogLevels) >= 0; }
+bool IsFacadeAlive() { return LoadRelaxed(g_LoggerAlive); }
 
 void SetBuiltInFilter(unsigned int count, const SLevelDef* levels)
 {

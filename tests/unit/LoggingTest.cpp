@@ -188,6 +188,60 @@ TEST_F(LoggingTest, LogCallWhoseTextDoesNotFitPreservesErrno)
     EXPECT_THAT(m_Logger.Texts(), ElementsAre(std::wstring(999, L'x')));
 }
 
+/// A client has written to the exported number of categories in the table.
+class LoggingWithoutTableTest : public LoggingTest, public testing::WithParamInterface<int>
+{
+protected:
+    LoggingWithoutTableTest() { g_MaxLogLevels = GetParam(); }
+    ~LoggingWithoutTableTest() override { g_MaxLogLevels = 1000; }
+};
+
+TEST_P(LoggingWithoutTableTest, CombinedFilterJudgesEveryMessage)
+{
+    const SLevelDef levels[] = {{-2, 3000}, {5, 4000}};
+    RegisterLogger(&m_Logger, 2, levels);
+
+    GuardedLog(2999, 6, L"below the default");
+    GuardedLog(3000, 6, L"default");
+    GuardedLog(3999, 5, L"below the category's");
+    GuardedLog(4000, 5, L"category's");
+
+    EXPECT_THAT(m_Logger.Texts(), ElementsAre(L"default", L"category's"));
+}
+
+TEST_P(LoggingWithoutTableTest, MessageThatTheFilterStopsIsNotQueued)
+{
+    Listen(4000);
+    EnableAutologging(false);
+    CallBuiltInLogging(1000, 5, L"stopped");
+    const SLevelDef all = {-1, 1000};
+    ModifyFilter(&m_Logger, 1, &all);
+
+    DispatchQueuedLogMessages();
+
+    EXPECT_THAT(m_Logger.Texts(), IsEmpty());
+}
+
+TEST_P(LoggingWithoutTableTest, OtherFunctionsWorkAsEver)
+{
+    Listen(4000);
+    EnableAutologging(false);
+    const SLevelDef all = {-1, 1000};
+    ModifyFilter(&m_Logger, 1, &all);
+    CallBuiltInLogging(1000, 5, L"queued");
+    DispatchQueuedLogMessages();
+    UnRegisterLogger(&m_Logger);
+    CallBuiltInLogging(9999, 5, L"for nobody");
+    DispatchQueuedLogMessages();
+    SetLogOptions(L"5");
+
+    EXPECT_THAT(m_Logger.Texts(), ElementsAre(L"queued"));
+    EXPECT_EQ(g_pLogLevels[0], 1000);
+    EXPECT_NE(GetStartTime(), 0.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Numbers, LoggingWithoutTableTest, testing::Values(-1, -1000, -2147483647 - 1, 0));
+
 TEST_F(LoggingTest, HelperPassesEverythingOn)
 {
     Listen(1000);
