@@ -124,7 +124,7 @@ void CQAceLogger::Log(int level, int category, double time, unsigned int threadI
                       const wchar_t* text)
 {
     if (m_pStream == nullptr) {
-        OpenFile();
+        OpenFileLate();
     }
     if (m_pStream == nullptr) {
         return;
@@ -250,6 +250,19 @@ void CQAceLogger::OpenFile()
     }
     CreateDirectoryOfFile();
     m_pStream = std::fopen(Narrow(View(m_FileName)).c_str(), "w+");
+}
+
+/// Tries once more to open the current file, for each line that there is none for, and so does no more than that. A
+/// file of its name that came to be there meanwhile, such as that of an earlier run on a disk that was mounted late, is
+/// neither renamed nor emptied but continued.
+void CQAceLogger::OpenFileLate()
+{
+    m_BytesWritten = 0;
+    if (EndsEarly(View(m_FileName))) {
+        return;
+    }
+    CreateDirectoryOfFile();
+    m_pStream = std::fopen(Narrow(View(m_FileName)).c_str(), "a+");
 }
 
 /// The stream is null afterwards: what follows may end with an exception, and a closed file is not to be used again.

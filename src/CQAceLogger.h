@@ -60,6 +60,7 @@ private:
     int WriteWide(const SLogLine& line);
     void SplitPattern();
     void OpenFile();
+    void OpenFileLate();
     void CloseFile();
     void CreateDirectoryOfFile() const;
     bool IsFileOpen() const { return m_pStream != nullptr && m_pStream != stdout; }

@@ -19,10 +19,12 @@ namespace {
 FakePlatform* g_pPlatform = nullptr;
 
 /// A stream with a descriptor, as a real file has one: the code under test may write past the stream.
-std::FILE* OpenInMemory()
+std::FILE* OpenInMemory(const std::string& content)
 {
     const int descriptor = memfd_create("file", MFD_CLOEXEC);
     Require(descriptor >= 0, "there is a file in memory");
+    Require(write(descriptor, content.data(), content.size()) == static_cast<ssize_t>(content.size()),
+            "the file goes on behind what it holds");
     return fdopen(descriptor, "w+");
 }
 
@@ -62,14 +64,15 @@ FakePlatform::FakePlatform() { g_pPlatform = this; }
 
 FakePlatform::~FakePlatform() { g_pPlatform = nullptr; }
 
-std::FILE* FakePlatform::Open(const char* path)
+std::FILE* FakePlatform::Open(const char* path, const std::string& mode)
 {
-    const MemoryFileSystem::Content content = m_Files.Create(path);
+    Require(mode == "w+" || mode == "a+", "a log file is opened in one of two ways");
+    const MemoryFileSystem::Content content = mode == "w+" ? m_Files.Create(path) : m_Files.CreateOrContinue(path);
     if (content == nullptr) {
         errno = ENOENT;
         return nullptr;
     }
-    std::FILE* const stream = OpenInMemory();
+    std::FILE* const stream = OpenInMemory(*content);
     m_Open[stream] = content;
     return stream;
 }
@@ -152,7 +155,7 @@ FILE* __wrap_fopen64(const char* path, const char* mode)
     for (const auto& [name, content] : g_pPlatform->m_Files.Entries()) {
         before += content == nullptr ? 0 : content->size();
     }
-    std::FILE* const stream = g_pPlatform->Open(path);
+    std::FILE* const stream = g_pPlatform->Open(path, mode);
     for (const auto& [name, left] : g_pPlatform->m_Files.Entries()) {
         before -= left == nullptr ? 0 : left->size();
     }

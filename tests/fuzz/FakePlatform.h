@@ -25,8 +25,8 @@ public:
     FakePlatform(const FakePlatform&) = delete;
     FakePlatform& operator=(const FakePlatform&) = delete;
 
-    /// As fopen with "w+". Null, with errno, if there can be no such file.
-    std::FILE* Open(const char* path);
+    /// As fopen with "w+" or "a+". Null, with errno, if there can be no such file.
+    std::FILE* Open(const char* path, const std::string& mode);
     void Close(std::FILE* stream);
 
     /// Gives the files that are open the content that their streams have by now.

@@ -65,6 +65,15 @@ bool MemoryFileSystem::IsEmpty(const std::string& directory) const
 
 MemoryFileSystem::Content MemoryFileSystem::Create(const std::string& path)
 {
+    const Content content = CreateOrContinue(path);
+    if (content != nullptr) {
+        content->clear();
+    }
+    return content;
+}
+
+MemoryFileSystem::Content MemoryFileSystem::CreateOrContinue(const std::string& path)
+{
     const std::optional<std::string> name = Resolve(path);
     if (!name || IsDirectory(*name) || EndsWithSlash(path)) {
         return nullptr;
@@ -73,7 +82,6 @@ MemoryFileSystem::Content MemoryFileSystem::Create(const std::string& path)
     if (content == nullptr) {
         content = std::make_shared<std::string>();
     }
-    content->clear();
     return content;
 }
 

@@ -18,6 +18,9 @@ public:
 
     /// As fopen with "w+": an empty file, new or not. Null if there can be none.
     Content Create(const std::string& path);
+
+    /// As fopen with "a+": a file that is there keeps its bytes.
+    Content CreateOrContinue(const std::string& path);
     bool Rename(const std::string& from, const std::string& to);
     bool Unlink(const std::string& path);
     bool MakeDirectory(const std::string& path);

@@ -88,8 +88,24 @@ void RotationReference::Open()
         MoveAside();
         Remove();
     }
+    MakeDirectory();
+    m_File = m_Files.Create(Narrow(m_Name));
+}
+
+/// What each line does while there is no file: no other one is touched, and one that is there by now goes on.
+void RotationReference::OpenLate()
+{
+    m_Written = 0;
+    if (Narrow(m_Name).size() == m_Name.size()) {
+        MakeDirectory();
+        m_File = m_Files.CreateOrContinue(Narrow(m_Name));
+    }
+}
+
+void RotationReference::MakeDirectory()
+{
     if (m_Name.size() >= PATH_MAX) {
-        return; // nor one of such a length
+        return; // no file can have a name of such a length
     }
     const std::string backslashed = DirectoryOf(Narrow(m_Name), '\\');
     const std::string slashed = DirectoryOf(Narrow(m_Name), '/');
@@ -98,7 +114,6 @@ void RotationReference::Open()
     } else if (slashed != ".") {
         m_Files.MakeDirectory(slashed);
     }
-    m_File = m_Files.Create(Narrow(m_Name));
 }
 
 void RotationReference::Log(const std::string& line, int result)
@@ -108,7 +123,7 @@ void RotationReference::Log(const std::string& line, int result)
         return;
     }
     if (m_File == nullptr) {
-        Open();
+        OpenLate();
     }
     if (m_File == nullptr) {
         return;

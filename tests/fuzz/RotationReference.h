@@ -34,6 +34,8 @@ public:
 private:
     void Split();
     void Open();
+    void OpenLate();
+    void MakeDirectory();
     void MoveAside();
     void Remove();
     std::wstring StampedName() const;

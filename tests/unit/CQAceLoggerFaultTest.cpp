@@ -68,16 +68,81 @@ TEST_F(CQAceLoggerFaultTest, FirstLineAfterTheFaultOpensTheFile)
     EXPECT_EQ(m_Dir.Read("log/app.txt"), Line("seen"));
 }
 
-TEST_F(CQAceLoggerFaultTest, FileThatAppearedMeanwhileIsRotatedBeforeTheLateOpen)
+TEST_F(CQAceLoggerFaultTest, FileThatAppearedMeanwhileIsContinuedByTheLateOpen)
 {
     m_Plan.Fail(Service::Fopen, EACCES);
     Select();
-    m_Dir.Write("log/app.txt", "somebody else's");
+    m_Dir.Write("log/app.txt", "an earlier run's\n");
 
     Write(L"seen");
 
-    EXPECT_EQ(m_Dir.Read("log/app.txt"), Line("seen"));
-    EXPECT_EQ(m_Dir.Read("log/app-20240517-134509.txt"), "somebody else's");
+    EXPECT_EQ(m_Dir.Names("log"), Names{"app.txt"});
+    EXPECT_EQ(m_Dir.Read("log/app.txt"), "an earlier run's\n" + Line("seen"));
+}
+
+TEST_F(CQAceLoggerFaultTest, ContinuedFileCountsTheBytesOfItsNewLinesOnly)
+{
+    m_Plan.Fail(Service::Fopen, EACCES);
+    Select(150);
+    m_Dir.Write("log/app.txt", std::string(1000, 'x'));
+
+    WriteBytes(100);
+    EXPECT_EQ(m_Dir.Names("log"), Names{"app.txt"});
+
+    WriteBytes(100);
+    EXPECT_EQ(m_Dir.Names("log"), (Names{"app-20240517-134509.txt", "app.txt"}));
+}
+
+TEST_F(CQAceLoggerFaultTest, FolderThatAppearsLateBringsItsFilesAlong)
+{
+    Logger().SetOutputStream(L"disk/log/app-%T.txt", 0, 1);
+    Write(L"lost");
+    std::filesystem::create_directories("disk/log"); // a disk is mounted, on which an earlier run ended abruptly
+    m_Dir.Write("disk/log/app-20240101-000000.txt", "old");
+    m_Dir.Write("disk/log/app-20240102-000000.txt", "old");
+    m_Dir.Write("disk/log/app.txt", "an earlier run's\n");
+
+    Write(L"seen");
+
+    EXPECT_EQ(m_Dir.Names("disk/log"), (Names{"app-20240101-000000.txt", "app-20240102-000000.txt", "app.txt"}));
+    EXPECT_EQ(m_Dir.Read("disk/log/app.txt"), "an earlier run's\n" + Line("seen"));
+}
+
+/// Names under which no file can be opened, and what a line tries for each.
+struct SImpossibleName
+{
+    const wchar_t* pattern;
+    int mkdirs;
+    int opens;
+};
+
+TEST_F(CQAceLoggerFaultTest, LineWithoutAFileMakesTheFolderAndOpensTheFileAndNoMore)
+{
+    for (const SImpossibleName& name : {SImpossibleName{L"log/", 1, 1},
+                                        {L"log/%T/", 1, 1},
+                                        {L"log/-%T-/", 1, 1},
+                                        {L"no/log/app-%T.txt", 1, 1},
+                                        {L"log/app-%T\u0100.txt", 0, 0}}) {
+        SCOPED_TRACE(testing::Message() << name.pattern);
+        std::filesystem::remove_all("log");
+        Logger().SetOutputStream(name.pattern, 100, 1);
+        const Names names = m_Dir.Names();
+        const FaultPlan plan;
+        const int sleeps = m_Clock.Sleeps();
+
+        for (int line = 0; line < 6; ++line) {
+            WriteBytes(100);
+        }
+
+        EXPECT_EQ(m_Clock.Sleeps(), sleeps);
+        EXPECT_EQ(plan.Calls(Service::Mkdir), 6 * name.mkdirs);
+        EXPECT_EQ(plan.Calls(Service::Fopen), 6 * name.opens);
+        for (const Service service : {Service::Rename, Service::Unlink, Service::Stat, Service::Nanosleep,
+                                      Service::Fclose, Service::ClockGettime}) {
+            EXPECT_EQ(plan.Calls(service), 0) << "service " << static_cast<int>(service);
+        }
+        EXPECT_EQ(m_Dir.Names(), names);
+    }
 }
 
 TEST_F(CQAceLoggerFaultTest, FileOpenedLateIsRotatedLikeAnyOther)
