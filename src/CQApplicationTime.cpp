@@ -4,11 +4,12 @@
 #include "NoCancellation.h"
 #include "SystemClocks.h"
 
-#include <pthread.h>
+#include <fcntl.h>
 #include <sys/timex.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <string_view>
 
 namespace Quarn::Logging {
 
@@ -23,11 +24,17 @@ constexpr std::size_t THREAD_NAME_SIZE = 16;
 constexpr long double TWO_TO_63 = 9223372036854775808.0L;
 constexpr long double TWO_TO_64 = 18446744073709551616.0L;
 
-void NameThisThread(const char* name)
+/// Whether a new thread can be named. ACE asks the C library, which opens a file like this one for it: there is none
+/// without /proc, it cannot be written in a program with file capabilities, and it takes a free descriptor. If that
+/// fails, ACE reports a failed start for a thread that runs, never joins it and takes its records away from under it.
+bool CanNameThreads()
 {
-    char shortName[THREAD_NAME_SIZE] = {};
-    std::strncpy(shortName, name, THREAD_NAME_SIZE - 1);
-    pthread_setname_np(pthread_self(), shortName);
+    const int name = open("/proc/self/comm", O_RDWR | O_CLOEXEC);
+    if (name < 0) {
+        return false;
+    }
+    close(name);
+    return true;
 }
 
 // The readings are plain 64-bit numbers of which differences are taken modulo 2^64, so all sums and products are
@@ -202,11 +209,12 @@ int CQApplicationTime::CQUpdateThread::Start(CQApplicationTime* owner)
         return -EINVAL;
     }
     m_pApplicationTime = owner;
-    m_pName = pThreadName;
     m_Running.store(true, std::memory_order_relaxed);
-    // Without the name: the kernel refuses one of this length, whereupon ACE reports a failed start for a thread that
-    // runs, and then never joins it.
-    return activate(THR_NEW_LWP | THR_JOINABLE | THR_INHERIT_SCHED, 1, 0, ACE_DEFAULT_THREAD_PRIORITY, -1);
+    char name[THREAD_NAME_SIZE] = {};
+    std::string_view(pThreadName).copy(name, THREAD_NAME_SIZE - 1);
+    const char* names[] = {name};
+    return activate(THR_NEW_LWP | THR_JOINABLE | THR_INHERIT_SCHED, 1, 0, ACE_DEFAULT_THREAD_PRIORITY, -1, nullptr,
+                    nullptr, nullptr, nullptr, nullptr, CanNameThreads() ? names : nullptr);
 }
 
 int CQApplicationTime::CQUpdateThread::Stop()
@@ -226,7 +234,6 @@ int CQApplicationTime::CQUpdateThread::Stop()
 
 int CQApplicationTime::CQUpdateThread::svc()
 {
-    NameThisThread(m_pName);
     while (m_Running.load(std::memory_order_relaxed)) {
         if (m_pApplicationTime != nullptr) { // unreachable: Start() makes no thread for null
             m_pApplicationTime->UpdateClockTime();

@@ -55,7 +55,6 @@ public:
     private:
         std::atomic<bool> m_Running{false}; ///< Relaxed: it guards nothing, the join orders everything else.
         CQApplicationTime* m_pApplicationTime = nullptr;
-        const char* m_pName = nullptr; ///< Static text that the thread takes its name from.
     };
 
     CQApplicationTime();

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <sched.h>
+#include <sys/resource.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -124,6 +125,41 @@ TEST_F(CQUpdateThreadTest, NameIsCutToWhatTheKernelKeeps)
 
     EXPECT_EQ(CountThreadsNamed("ApplicationTime"), 1);
     m_Clock.ReleaseSleepers();
+}
+
+/// No descriptor can be opened while this exists, as in a program that has used up its own.
+class NoDescriptors
+{
+public:
+    NoDescriptors()
+    {
+        getrlimit(RLIMIT_NOFILE, &m_Before);
+        const rlimit none = {0, m_Before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &m_Before); }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+private:
+    rlimit m_Before{};
+};
+
+TEST_F(CQUpdateThreadTest, ThreadThatCannotBeNamedRunsWithoutAName)
+{
+    const std::unique_ptr<CQApplicationTime> owner = MakeClockWithoutThread();
+    CQUpdateThread thread;
+    int started = -1;
+    {
+        const NoDescriptors noName;
+        started = thread.Start(owner.get());
+    }
+
+    m_Clock.WaitForSleeps(1);
+    EXPECT_EQ(started, 0);
+    EXPECT_EQ(CountThreadsNamed("ApplicationTime"), 0);
+    m_Clock.ReleaseSleepers();
+    EXPECT_EQ(thread.Stop(), 0);
 }
 
 TEST_F(CQUpdateThreadTest, EndsWithTheClock)
