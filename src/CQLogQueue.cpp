@@ -52,11 +52,11 @@ void PrefetchForWriting(const char* memory, std::size_t bytes)
     }
 }
 
-/// Whether a record can begin or end at a position, as far as the position alone tells.
-bool IsRecordBoundary(std::uint32_t position, std::uint32_t capacity)
+/// Whether one record can end and the next begin at a position, as far as the position alone tells. Not so for 0, where
+/// none ends.
+bool IsBetweenRecords(std::uint32_t position, std::uint32_t capacity)
 {
-    return position % SLogRecord::ALIGNMENT == 0 && position <= capacity &&
-           (position == 0 || position >= SLogRecord::MIN_SIZE);
+    return position >= SLogRecord::MIN_SIZE && position <= capacity && position % SLogRecord::ALIGNMENT == 0;
 }
 
 } // namespace
@@ -116,19 +116,6 @@ void CQLogQueue::AdoptPreviousRun()
         ++m_Count;
         previous = sequence;
     });
-    PutPositionsRight();
-}
-
-/// Positions that no queue wrote would make the reader wrap too early or the writer write somewhere; the records are
-/// still good, so only the positions are given up.
-void CQLogQueue::PutPositionsRight()
-{
-    if (!IsRecordBoundary(m_WritePos, m_Capacity)) {
-        m_WritePos = 0;
-    }
-    if (!IsRecordBoundary(m_EndPos, m_Capacity) || m_EndPos == 0) {
-        m_EndPos = m_Capacity;
-    }
 }
 
 void CQLogQueue::ClearAll()
@@ -146,14 +133,18 @@ void CQLogQueue::ClearAll()
     std::memset(m_Buffer, 0, Capacity());
 }
 
-/// Null if there is no room, else the place of size bytes at m_WritePos, which is then 0 if the writer had to wrap.
-/// Sums are taken in 64 bits, so that positions that were damaged meanwhile cannot overflow into the block's outside,
-/// and each position is read once, so that what was checked is what is used.
+/// Null if there is no room, else the place of size bytes: m_WritePos, or 0 if the writer has to wrap. Positions are
+/// what an earlier run left, or were damaged meanwhile, so a write position where no record can begin counts as 0. Sums
+/// are taken in 64 bits, so that none can overflow into the block's outside, and each position is read once, so that
+/// what was checked is what is used.
 char* CQLogQueue::GetNextWritePosition(unsigned int size)
 {
     const std::uint32_t capacity = Capacity();
     const std::uint32_t readPos = LoadRelaxed(m_ReadPos);
     std::uint32_t writePos = LoadRelaxed(m_WritePos);
+    if (!IsBetweenRecords(writePos, capacity)) {
+        writePos = 0;
+    }
     const std::uint64_t end = std::uint64_t{writePos} + size;
     const bool empty = LoadRelaxed(m_Count) == 0;
     if (!empty && readPos >= writePos) {
@@ -194,11 +185,23 @@ void CQLogQueue::WriteMessage(int level, int category, double time, unsigned int
     }
     const auto position = static_cast<std::uint32_t>(reinterpret_cast<unsigned char*>(room) - m_Buffer);
     if (m_Count == 0) {
-        StoreInOrder(m_ReadPos, position);
+        BeginAnew(position);
     }
     WriteRecord(*reinterpret_cast<SLogRecord*>(room), position, level, category, time, threadId, file,
                 static_cast<std::uint32_t>(fileLength), line, text, static_cast<std::uint32_t>(textLength), size);
     PrefetchForWriting(room + size, size);
+}
+
+/// The record that is about to be written will be the only one. A wrap point that no writer can have left, 0 for one,
+/// would make the reader jump to the front before each next record until the writer wraps; with no record left of the
+/// run that it was found with, it is given up.
+void CQLogQueue::BeginAnew(std::uint32_t position)
+{
+    const std::uint32_t capacity = Capacity();
+    if (!IsBetweenRecords(LoadRelaxed(m_EndPos), capacity)) {
+        StoreInOrder(m_EndPos, capacity);
+    }
+    StoreInOrder(m_ReadPos, position);
 }
 
 void CQLogQueue::WriteRecord(SLogRecord& record, std::uint32_t position, int level, int category, double time,
@@ -263,14 +266,16 @@ bool CQLogQueue::IsWellFormed(std::uint32_t position) const
     return textTerminator == 0 && file[fileLength] == 0;
 }
 
-/// Null if there is no record, or none that is well-formed; what is left is then given up.
+/// Null if there is no record, or none that is well-formed; what is left is then given up. So it is if there are more
+/// records than words, for a reader would go round and round.
 SLogRecord* CQLogQueue::GetNextReadPosition()
 {
-    if (m_Count == 0) {
+    const std::uint32_t count = LoadRelaxed(m_Count);
+    if (count == 0) {
         return nullptr;
     }
     const std::uint32_t position = LoadRelaxed(m_ReadPos);
-    if (!IsWellFormed(position)) {
+    if (count > Capacity() / SLogRecord::ALIGNMENT || !IsWellFormed(position)) {
         m_Count = 0;
         m_ReadPos = m_WritePos;
         return nullptr;

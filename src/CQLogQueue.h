@@ -68,9 +68,9 @@ public:
     template <class Visitor>
     void ForEachWholeRecord(Visitor visitor) const
     {
-        // As far as all three leading words fit.
-        const std::uint32_t scanEnd = Capacity() - std::uint32_t{offsetof(SLogRecord, level)};
-        for (std::uint32_t position = 0; position < scanEnd; position += SLogRecord::ALIGNMENT) {
+        const std::uint32_t capacity = Capacity();
+        constexpr std::uint32_t LEADING = offsetof(SLogRecord, level); // all three leading words fit
+        for (std::uint32_t position = 0; position + LEADING < capacity; position += SLogRecord::ALIGNMENT) {
             const SLogRecord& record = *RecordAt(position);
             if (record.IsWhole()) {
                 visitor(position, record);
@@ -94,10 +94,10 @@ public:
 private:
     void Initialise(std::uint32_t capacity);
     void AdoptPreviousRun();
-    void PutPositionsRight();
 
     // The caller of these holds the mutex.
     [[nodiscard]] char* GetNextWritePosition(unsigned int size);
+    void BeginAnew(std::uint32_t position);
     [[nodiscard]] SLogRecord* GetNextReadPosition();
     [[nodiscard]] const char* FileOf(const SLogRecord& record) const;
     void WriteRecord(SLogRecord& record, std::uint32_t position, int level, int category, double time,

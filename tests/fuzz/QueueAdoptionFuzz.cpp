@@ -39,12 +39,24 @@ public:
         for (std::uint32_t position = m_Oldest; chain.size() < m_Count && IsWellFormed(position);) {
             chain.push_back(position);
             const std::uint32_t next = Word(position, QueuePainter::Next);
-            position = next >= EndPos() ? 0 : next;
+            position = next >= m_Block.WordAt(QueueBlock::EndPos) ? 0 : next;
         }
         return chain;
     }
 
     std::uint32_t Count() const { return m_Count; }
+
+    /// The words of the header that a queue is adopted with as they are; none if the block holds no queue.
+    std::vector<std::uint32_t> KeptWords() const
+    {
+        std::vector<std::uint32_t> words;
+        for (const std::uint32_t field : {QueueBlock::WritePos, QueueBlock::EndPos, QueueBlock::Dropped,
+                                          QueueBlock::Sequence, QueueBlock::StartTime}) {
+            words.push_back(m_IsQueue ? m_Block.WordAt(field) : 0);
+        }
+        words.push_back(m_IsQueue ? m_Block.WordAt(QueueBlock::StartTime + 4) : 0);
+        return words;
+    }
 
 private:
     std::uint32_t Word(std::uint32_t position, std::uint32_t field) const
@@ -75,13 +87,6 @@ private:
             ++m_Count;
             previous = sequence;
         }
-    }
-
-    /// An end that no writer can have left counts as the buffer's.
-    std::uint32_t EndPos() const
-    {
-        const std::uint32_t end = m_Block.WordAt(QueueBlock::EndPos);
-        return end % 4 != 0 || end > QueueBlock::CAPACITY || end < 60 ? QueueBlock::CAPACITY : end;
     }
 
     bool IsWellFormed(std::uint32_t position) const
@@ -153,14 +158,32 @@ void WriteAndRead(CQLogQueue& queue, QueuePainter& painter, GuardedMemory& memor
     Require(!ReadRecord(queue, memory), "and only once");
 }
 
-/// A process that runs on the same device may write anything at any time; positions at multiples of 4, as a processor
-/// may want.
+/// Messages that are queued together must come out in order, whatever the positions were when the queue became empty.
+/// An older wrap point that a queue may have left is not in their way only if they stay in front of it.
+void WriteAndReadTogether(CQLogQueue& queue, QueuePainter& painter, GuardedMemory& memory, const std::string& file)
+{
+    Write(queue, painter, file, L"0");
+    const std::uint32_t endPos = painter.WordAt(QueueBlock::EndPos);
+    Require(endPos % 4 == 0 && endPos >= 60 && endPos <= QueueBlock::CAPACITY,
+            "the first record of an empty queue makes good the wrap point");
+    Write(queue, painter, file, L"1");
+    Write(queue, painter, file, L"2");
+    if (endPos == QueueBlock::CAPACITY) {
+        for (const wchar_t* const text : {L"0", L"1", L"2"}) {
+            const std::optional<SReadRecord> record = ReadRecord(queue, memory);
+            Require(record && record->text == std::wstring(text), "messages come out in order");
+        }
+    }
+    ReadAll(queue, memory);
+}
+
+/// A process that runs on the same device may write anything at any time.
 void DamageInUse(QueuePainter& painter, FuzzedDataProvider& data)
 {
     static constexpr std::uint32_t FIELDS[] = {QueueBlock::Capacity, QueueBlock::WritePos, QueueBlock::ReadPos,
                                                QueueBlock::EndPos};
     const std::uint32_t field = data.PickValueInArray(FIELDS);
-    painter.SetWord(field, painter.Word(painter.WordAt(field)) / 4 * 4);
+    painter.SetWord(field, painter.Word(painter.WordAt(field)));
 }
 
 void Use(CQLogQueue& queue, QueuePainter& painter, GuardedMemory& memory, FuzzedDataProvider& data)
@@ -168,6 +191,9 @@ void Use(CQLogQueue& queue, QueuePainter& painter, GuardedMemory& memory, Fuzzed
     const int lengths = data.ConsumeIntegralInRange(0, 200);
     const std::string file(static_cast<std::size_t>(lengths), 'f');
     const std::wstring text(static_cast<std::size_t>(lengths % 60), L't');
+    if (data.ConsumeBool()) {
+        WriteAndReadTogether(queue, painter, memory, file);
+    }
     WriteAndRead(queue, painter, memory, file, text);
     for (int steps = data.ConsumeIntegralInRange(0, 8); steps != 0; --steps) {
         if (data.ConsumeIntegralInRange(0, 3) == 0) {
@@ -193,7 +219,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     Reference reference(painter);
     const std::vector<std::uint32_t> expected = reference.Chain();
 
+    const std::vector<std::uint32_t> kept = reference.KeptWords();
+
     auto* const queue = new (block.m_Memory.Bytes()) CQLogQueue(true);
+    Require(reference.KeptWords() == kept, "the header keeps what is kept");
     Require(queue->GetCount() == reference.Count(), "every whole record counts");
     std::vector<std::uint32_t> read;
     while (const std::optional<SReadRecord> record = ReadRecord(*queue, block.m_Memory)) {

@@ -100,22 +100,12 @@ private:
         }
     }
 
-    /// The writer's position at a multiple of 4, as a processor may want, and a count that is read to its end soon.
     void DamageHeader()
     {
-        switch (m_Data.ConsumeIntegralInRange(0, 3)) {
-        case 0:
-            SetWord(QueueBlock::WritePos, Word(WordAt(QueueBlock::WritePos)) / 4 * 4);
-            break;
-        case 1:
-            SetWord(QueueBlock::ReadPos, Word(WordAt(QueueBlock::ReadPos)));
-            break;
-        case 2:
-            SetWord(QueueBlock::EndPos, Word(WordAt(QueueBlock::EndPos)));
-            break;
-        default:
-            SetWord(QueueBlock::Count, m_Data.ConsumeIntegral<std::uint8_t>());
-        }
+        static constexpr std::uint32_t FIELDS[] = {QueueBlock::WritePos, QueueBlock::ReadPos, QueueBlock::EndPos,
+                                                   QueueBlock::Count};
+        const std::uint32_t field = m_Data.PickValueInArray(FIELDS);
+        SetWord(field, Word(WordAt(field)));
     }
 
     /// A field of the record that is read next, or any word of the buffer. Made to agree with the lengths if wanted, so

@@ -213,9 +213,10 @@ TEST_F(SmallQueueDamageTest, DamagedHeaderIsUsedWithoutLeavingTheBlock)
             DamageWord(m_Memory, QueueBlock::EndPos, CAPACITY);
         }
         if (Draw(2) == 0) {
-            SetWord(m_Memory, QueueBlock::WritePos, DrawWord(0, CAPACITY) / 4 * 4); // a processor may want alignment
+            DamageWord(m_Memory, QueueBlock::WritePos, CAPACITY);
         }
-        SetWord(m_Memory, QueueBlock::Count, Draw(100));
+        // Now and then any number, of which a reader takes a thousand rounds at most.
+        SetWord(m_Memory, QueueBlock::Count, Draw(50) == 0 ? DrawWord(0, CAPACITY) : Draw(100));
         DamageRecord(m_Memory, m_Positions, CAPACITY);
         UseAndRestore();
     }
@@ -321,7 +322,7 @@ TEST_F(RestartDamageTest, HeaderDamagedWhileInUseKeepsTheQueueInTheBlock)
     for (int i = 0; i < ROUNDS && !HasFailure(); ++i) {
         auto* const queue = new (m_Memory.Bytes()) CQLogQueue(true);
         DamageWord(m_Memory, QueueBlock::Capacity, CAPACITY);
-        SetWord(m_Memory, QueueBlock::WritePos, DrawWord(0, CAPACITY) / 4 * 4);
+        DamageWord(m_Memory, QueueBlock::WritePos, CAPACITY);
         DamageWord(m_Memory, QueueBlock::EndPos, CAPACITY);
         ReadAll(*queue, m_Memory);
         WriteSome(*queue);

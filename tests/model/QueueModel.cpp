@@ -1,5 +1,6 @@
 #include "QueueModel.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace QuarnTest {
@@ -40,6 +41,10 @@ void QueueModel::Write(const SMessage& message)
     }
     if (Word(COUNT) == 0) {
         SetWord(READ_POS, *place);
+        if (!IsBetweenRecords(Word(END_POS)) && Word(END_POS) != Word(CAPACITY)) {
+            SetWord(END_POS, Word(CAPACITY));
+            ++branches.givesUpEndPos;
+        }
     }
     std::uint32_t next = *place + size;
     if (next >= Word(CAPACITY)) {
@@ -59,7 +64,9 @@ std::optional<SMessage> QueueModel::Read()
         return std::nullopt;
     }
     const std::uint32_t position = Word(READ_POS);
-    if (!IsValid(position)) {
+    const bool tooMany = Word(COUNT) > Word(CAPACITY) / 4;
+    branches.tooMany += tooMany ? 1 : 0;
+    if (tooMany || !IsValid(position)) {
         ++branches.givesUp;
         SetWord(COUNT, 0);
         SetWord(READ_POS, Word(WRITE_POS));
@@ -94,12 +101,6 @@ void QueueModel::Adopt()
         }
         SetWord(COUNT, Word(COUNT) + 1);
         previous = sequence;
-    }
-    if (!CouldBePosition(Word(WRITE_POS))) {
-        SetWord(WRITE_POS, 0);
-    }
-    if (!CouldBePosition(Word(END_POS)) || Word(END_POS) == 0) {
-        SetWord(END_POS, FULL_CAPACITY);
     }
 }
 
@@ -147,17 +148,20 @@ std::uint32_t QueueModel::SizeFor(const SMessage& message)
 
 std::optional<std::uint32_t> QueueModel::FindRoom(std::uint32_t size)
 {
+    if (Word(WRITE_POS) != 0 && !IsBetweenRecords(Word(WRITE_POS))) {
+        ++branches.beginsAtFront;
+    }
     if (Word(COUNT) == 0) {
         return FindRoomWhenEmpty(size);
     }
-    return Word(READ_POS) >= Word(WRITE_POS) ? FindRoomBehindReader(size) : FindRoomAheadOfReader(size);
+    return Word(READ_POS) >= Writer() ? FindRoomBehindReader(size) : FindRoomAheadOfReader(size);
 }
 
 std::optional<std::uint32_t> QueueModel::FindRoomWhenEmpty(std::uint32_t size)
 {
-    if (Word(WRITE_POS) + size <= Word(CAPACITY)) {
+    if (Writer() + size <= Word(CAPACITY)) {
         ++branches.emptyFits;
-        return Word(WRITE_POS);
+        return Writer();
     }
     if (size > Word(CAPACITY)) {
         ++branches.emptyTooLarge;
@@ -169,20 +173,21 @@ std::optional<std::uint32_t> QueueModel::FindRoomWhenEmpty(std::uint32_t size)
 
 std::optional<std::uint32_t> QueueModel::FindRoomBehindReader(std::uint32_t size)
 {
-    const std::uint32_t room = Word(READ_POS) - Word(WRITE_POS);
+    const std::uint32_t limit = std::min(Word(READ_POS), Word(CAPACITY));
+    const std::uint32_t room = std::max(limit, Writer()) - Writer();
     if (size > room) {
         ++(room == 0 ? branches.full : branches.behindNoRoom);
         return std::nullopt;
     }
     ++(size == room ? branches.behindFitsExactly : branches.behindFits);
-    return Word(WRITE_POS);
+    return Writer();
 }
 
 std::optional<std::uint32_t> QueueModel::FindRoomAheadOfReader(std::uint32_t size)
 {
-    if (Word(WRITE_POS) + size <= Word(CAPACITY)) {
+    if (Writer() + size <= Word(CAPACITY)) {
         ++branches.aheadFits;
-        return Word(WRITE_POS);
+        return Writer();
     }
     if (size > Word(READ_POS)) {
         ++branches.aheadNoRoom;
@@ -267,9 +272,11 @@ SMessage QueueModel::MessageAt(std::uint32_t position) const
     return message;
 }
 
-bool QueueModel::CouldBePosition(std::uint32_t position)
+bool QueueModel::IsBetweenRecords(std::uint32_t position) const
 {
-    return position == 0 || (position >= 60 && position <= FULL_CAPACITY && position % 4 == 0);
+    return position >= 60 && position <= Word(CAPACITY) && position % 4 == 0;
 }
+
+std::uint32_t QueueModel::Writer() const { return IsBetweenRecords(Word(WRITE_POS)) ? Word(WRITE_POS) : 0; }
 
 } // namespace QuarnTest

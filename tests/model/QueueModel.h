@@ -42,6 +42,9 @@ public:
         int nothingToRead = 0;
         int givesUp = 0;
         int breaksFound = 0;
+        int beginsAtFront = 0;
+        int givesUpEndPos = 0;
+        int tooMany = 0;
     };
 
     QueueModel();
@@ -61,6 +64,7 @@ public:
     /// Whether both markers of a record stand at a buffer offset.
     bool IsComplete(std::uint32_t position) const;
 
+    void SetHeader(std::uint32_t field, std::uint32_t value) { SetWord(field, value); }
     std::uint32_t WritePos() const { return Word(WRITE_POS); }
     std::uint32_t ReadPos() const { return Word(READ_POS); }
     std::uint32_t EndPos() const { return Word(END_POS); }
@@ -94,7 +98,10 @@ private:
     bool IsValid(std::uint64_t position) const;
 
     SMessage MessageAt(std::uint32_t position) const;
-    static bool CouldBePosition(std::uint32_t position);
+    bool IsBetweenRecords(std::uint32_t position) const;
+
+    /// The write position, or 0 in place of one where no record can begin.
+    std::uint32_t Writer() const;
 };
 
 } // namespace QuarnTest

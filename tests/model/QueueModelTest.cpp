@@ -66,10 +66,10 @@ protected:
                                message.line, message.text.c_str());
     }
 
-    void SetSequenceOfBoth(std::uint32_t sequence)
+    void SetHeaderOfBoth(std::uint32_t field, std::uint32_t value)
     {
-        SetHeader(QueueBlock::Sequence, sequence);
-        std::memcpy(&m_Model.bytes[QueueBlock::Sequence], &sequence, sizeof sequence);
+        SetHeader(field, value);
+        m_Model.SetHeader(field, value);
     }
 
     void ReadBoth()
@@ -93,6 +93,23 @@ protected:
         }
     }
 
+    /// Any number in any of the fields that a restart finds or makes.
+    void DamageHeaderOfBoth(const SRun& run)
+    {
+        static constexpr std::uint32_t FIELDS[] = {QueueBlock::WritePos, QueueBlock::ReadPos, QueueBlock::EndPos,
+                                                   QueueBlock::Count,    QueueBlock::Dropped, QueueBlock::Sequence};
+        const std::uint32_t numbers[] = {0,
+                                         Draw(60),
+                                         Draw(run.capacity),
+                                         Draw(run.capacity) / 4 * 4,
+                                         run.capacity,
+                                         run.capacity + 1 + Draw(100),
+                                         0x80000000 + Draw(1000),
+                                         0xFFFFFFFF - Draw(100),
+                                         m_Random()};
+        SetHeaderOfBoth(FIELDS[Draw(6)], numbers[Draw(9)]);
+    }
+
     void Operate(const SRun& run)
     {
         const std::uint32_t kind = Draw(1000);
@@ -100,10 +117,15 @@ protected:
             m_Model.Clear();
             m_pQueue->ClearAll();
         } else if (kind < 8 && run.capacity == FULL) {
+            if (Draw(2) == 0) {
+                DamageHeaderOfBoth(run);
+            }
             m_Model.Adopt();
             Restart();
         } else if (kind < 16) {
             DamageBoth(run);
+        } else if (kind < 24) {
+            DamageHeaderOfBoth(run);
         } else if (kind < (m_Filling ? 700U : 350U)) {
             WriteBoth(DrawMessage(DrawSize(run)));
         } else {
@@ -138,7 +160,7 @@ protected:
             m_Model.MakeSmall(run.capacity);
             StartSmall(run.capacity);
         }
-        SetSequenceOfBoth(0xFFFFFFFF - Draw(200)); // so that the numbers wrap on the way
+        SetHeaderOfBoth(QueueBlock::Sequence, 0xFFFFFFFF - Draw(200)); // so that the numbers wrap on the way
         const std::uint32_t used = QueueBlock::HEADER + run.capacity;
         for (int i = 0; i < run.operations; ++i) {
             ASSERT_NO_FATAL_FAILURE(Operate(run)) << "operation " << i << " at capacity " << run.capacity;
@@ -204,6 +226,9 @@ TEST_F(QueueModelTest, RunsReachEveryCase)
     EXPECT_GT(reached.nothingToRead, 0);
     EXPECT_GT(reached.givesUp, 0);
     EXPECT_GT(reached.breaksFound, 0);
+    EXPECT_GT(reached.beginsAtFront, 0);
+    EXPECT_GT(reached.givesUpEndPos, 0);
+    EXPECT_GT(reached.tooMany, 0);
 }
 
 } // namespace

@@ -409,46 +409,188 @@ void PrintTo(const SPosition& position, std::ostream* out) { *out << position.wh
 /// Positions that no queue could have written.
 class CQLogQueueForeignPositionTest : public CQLogQueueAdoptTest, public testing::WithParamInterface<SPosition>
 {
+protected:
+    /// Logging goes on: what is written together comes out together, and in order.
+    void ExpectMessagesToComeThrough()
+    {
+        for (int burst = 0; burst < 3; ++burst) {
+            for (const wchar_t* text : {L"first", L"second", L"third"}) {
+                Write(text);
+            }
+            EXPECT_EQ(ReadTexts(), (std::vector<std::wstring>{L"first", L"second", L"third"})) << "burst " << burst;
+        }
+        EXPECT_EQ(Header(QueueBlock::Dropped), 0u);
+    }
 };
 
-TEST_P(CQLogQueueForeignPositionTest, ForeignWritePositionBecomesZero)
+TEST_P(CQLogQueueForeignPositionTest, AdoptionKeepsItAsItIs)
 {
     PutRecords({3});
-    SetPositions(GetParam().stored, 240);
+    SetPositions(GetParam().stored, GetParam().stored);
 
     Restart();
 
-    EXPECT_EQ(Header(QueueBlock::WritePos), 0u);
-    EXPECT_EQ(Header(QueueBlock::EndPos), 240u);
+    EXPECT_EQ(Header(QueueBlock::WritePos), GetParam().stored);
+    EXPECT_EQ(Header(QueueBlock::EndPos), GetParam().stored);
     EXPECT_EQ(ReadLines(), std::vector<int>{3});
+    EXPECT_EQ(Header(QueueBlock::WritePos), GetParam().stored);
+    EXPECT_EQ(Header(QueueBlock::EndPos), GetParam().stored);
 }
 
-TEST_P(CQLogQueueForeignPositionTest, ForeignWrapPointBecomesTheCapacity)
+TEST_P(CQLogQueueForeignPositionTest, AsWritePositionItCountsAsZero)
+{
+    SetPositions(GetParam().stored, 240);
+    Restart();
+
+    Write(L"text");
+
+    EXPECT_EQ(Record(0, Begin), BEGIN_WORD);
+    EXPECT_EQ(Header(QueueBlock::ReadPos), 0u);
+    EXPECT_EQ(Header(QueueBlock::WritePos), 76u);
+    EXPECT_EQ(Header(QueueBlock::EndPos), 240u);
+    EXPECT_EQ(ReadTexts(), std::vector<std::wstring>{L"text"});
+}
+
+TEST_P(CQLogQueueForeignPositionTest, AsWritePositionItLeavesUnreadRecordsAlone)
+{
+    PutRecords({3, 4}, 600);
+    PutRecords({1}, 720);
+    SetPositions(GetParam().stored, 0x1FFFB0);
+    Restart();
+    ASSERT_EQ(Header(QueueBlock::ReadPos), 720u);
+
+    WriteSized(720, 5);
+    WriteSized(60, 6);
+
+    EXPECT_EQ(Header(QueueBlock::Dropped), 1u) << "the reader stands right behind the first one";
+    EXPECT_EQ(Header(QueueBlock::WritePos), 720u);
+    EXPECT_EQ(Read()->line, 1);
+}
+
+TEST_P(CQLogQueueForeignPositionTest, AsWritePositionItIsNoObstacle)
+{
+    PutRecords({3});
+    SetPositions(GetParam().stored, 0x1FFFB0);
+    Restart();
+    ReadLines();
+
+    ExpectMessagesToComeThrough();
+}
+
+TEST_P(CQLogQueueForeignPositionTest, AsWrapPointItIsNoObstacle)
 {
     PutRecords({3});
     SetPositions(60, GetParam().stored);
-
     Restart();
+    ReadLines();
+
+    ExpectMessagesToComeThrough();
 
     EXPECT_EQ(Header(QueueBlock::EndPos), 0x1FFFB0u);
-    EXPECT_EQ(Header(QueueBlock::WritePos), 60u);
-    EXPECT_EQ(ReadLines(), std::vector<int>{3});
+}
+
+TEST_P(CQLogQueueForeignPositionTest, AsWrapPointItStaysWhileThereAreRecords)
+{
+    PutRecords({3});
+    SetPositions(60, GetParam().stored);
+    Restart();
+
+    Write(L"text");
+
+    EXPECT_EQ(Header(QueueBlock::EndPos), GetParam().stored);
+}
+
+TEST_P(CQLogQueueForeignPositionTest, EverywhereItIsNoObstacle)
+{
+    SetPositions(GetParam().stored, GetParam().stored);
+    SetHeader(QueueBlock::ReadPos, GetParam().stored);
+    SetHeader(QueueBlock::Count, GetParam().stored);
+    SetHeader(QueueBlock::Sequence, GetParam().stored);
+    Restart();
+
+    ExpectMessagesToComeThrough();
 }
 
 INSTANTIATE_TEST_SUITE_P(Positions, CQLogQueueForeignPositionTest,
                          testing::Values(SPosition{0x1FFFB4, "behind the buffer"},
                                          SPosition{0xFFFFFFFC, "far behind it"}, SPosition{62, "unaligned"},
+                                         SPosition{0xFFFFFFFF, "the last number"}, SPosition{1, "the first one"},
                                          SPosition{56, "inside the first record"}));
 
-TEST_F(CQLogQueueAdoptTest, WrapPointAtZeroBecomesTheCapacity)
+TEST_F(CQLogQueueAdoptTest, WrapPointAtZeroSendsTheReaderBackAfterEachRecord)
 {
-    PutRecords({3, 4});
-    SetPositions(120, 0);
+    PutRecords({3, 4, 5});
+    SetPositions(180, 0);
 
     Restart();
 
+    EXPECT_EQ(ReadLines(), (std::vector<int>{3, 3, 3}));
+}
+
+TEST_F(CQLogQueueAdoptTest, WrapPointAtZeroIsGivenUpWithTheFirstNewRecord)
+{
+    PutRecords({3, 4});
+    SetPositions(120, 0);
+    Restart();
+    ReadLines();
+
+    Write(L"first");
+    Write(L"second");
+
     EXPECT_EQ(Header(QueueBlock::EndPos), 0x1FFFB0u);
-    EXPECT_EQ(ReadLines(), (std::vector<int>{3, 4}));
+    EXPECT_EQ(ReadTexts(), (std::vector<std::wstring>{L"first", L"second"}));
+}
+
+TEST_F(CQLogQueueAdoptTest, WrapPointInTheMiddleOfARecordIsReachedWithTheNextOne)
+{
+    PutRecords({3, 4, 5});
+    SetPositions(180, 62);
+
+    Restart();
+
+    EXPECT_EQ(ReadLines(), (std::vector<int>{3, 4, 3}));
+}
+
+TEST_F(CQLogQueueAdoptTest, WrapPointThatAQueueMayHaveLeftStays)
+{
+    SetPositions(120, 60);
+    Restart();
+
+    Write(L"text");
+
+    EXPECT_EQ(Header(QueueBlock::EndPos), 60u);
+}
+
+TEST_F(CQLogQueueAdoptTest, WritePositionAtTheCapacityWraps)
+{
+    SetPositions(0x1FFFB0, 240);
+    Restart();
+
+    Write(L"text");
+
+    EXPECT_EQ(Header(QueueBlock::EndPos), 0x1FFFB0u);
+    EXPECT_EQ(Header(QueueBlock::WritePos), 76u);
+    EXPECT_EQ(ReadTexts(), std::vector<std::wstring>{L"text"});
+}
+
+TEST_F(CQLogQueueAdoptTest, MoreRecordsThanWordsAreGivenUp)
+{
+    PutRecords({3, 4});
+    Restart();
+    SetHeader(QueueBlock::Count, 0x1FFFB0 / 4 + 1);
+
+    EXPECT_FALSE(Read());
+
+    EXPECT_EQ(Header(QueueBlock::Count), 0u);
+}
+
+TEST_F(CQLogQueueAdoptTest, AsManyRecordsAsWordsAreRead)
+{
+    PutRecords({3, 4});
+    Restart();
+    SetHeader(QueueBlock::Count, 0x1FFFB0 / 4);
+
+    EXPECT_TRUE(Read());
 }
 
 TEST_F(CQLogQueueAdoptTest, SmallestPossiblePositionsAreKept)

@@ -318,6 +318,28 @@ TEST_F(CQLoggerFacadeRecordsTest, SecondRunAdoptsTheBlockAndReplacesItsStartTime
     EXPECT_EQ(m_pFacade->GetStartTime(), 1500.0);
 }
 
+TEST_F(CQLoggerFacadeRecordsTest, RunOverPositionsThatNoQueueLeftLogs)
+{
+    for (const std::uint32_t position : {0u, 1u, 58u, 62u, 0x1FFFB1u, 0x80000000u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(position);
+        MakeFacade();
+        EndFacade();
+        for (const QueueBlock::Field field :
+             {QueueBlock::WritePos, QueueBlock::ReadPos, QueueBlock::EndPos, QueueBlock::Count, QueueBlock::Sequence}) {
+            m_Memory.Set(field, position);
+        }
+
+        const SConsole console = MakeFacade();
+
+        EXPECT_EQ(console.out, MAPPED) << "there is nothing to print";
+        EXPECT_EQ(m_Memory.Get(QueueBlock::WritePos), position);
+        EXPECT_EQ(m_Memory.Get(QueueBlock::EndPos), position);
+        EXPECT_THAT(TextsAfterLogging(L"text"), ElementsAre(L"text"));
+        EndFacade();
+        std::memset(m_Memory.Bytes(), 0, QueueBlock::SIZE);
+    }
+}
+
 class CQLoggerFacadeDropCounterTest : public CQLoggerFacadeMemoryTest
 {
 protected:
