@@ -9,6 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <filesystem>
 
 using namespace Quarn::Logging;
@@ -46,6 +50,19 @@ void SetTheClock()
     CQApplicationTime time;
     time.SetClockTime(1700000000.0);
     time.SetClockTime(1700000100.0);
+}
+
+// Whatever else is wrong with the doubles.
+TEST(PlatformDoublesTest, MachinesClockCannotBeSet)
+{
+    __user_cap_header_struct header{};
+    header.version = _LINUX_CAPABILITY_VERSION_3;
+    __user_cap_data_struct capabilities[_LINUX_CAPABILITY_U32S_3]{};
+
+    ASSERT_EQ(syscall(SYS_capget, &header, capabilities), 0);
+
+    EXPECT_EQ(capabilities[CAP_TO_INDEX(CAP_SYS_TIME)].effective & CAP_TO_MASK(CAP_SYS_TIME), 0U);
+    EXPECT_EQ(capabilities[CAP_TO_INDEX(CAP_SYS_TIME)].permitted & CAP_TO_MASK(CAP_SYS_TIME), 0U);
 }
 
 // The C library's headers may give a function another symbol: one for files or times of 64 bits, or a checked one.
