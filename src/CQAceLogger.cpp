@@ -319,9 +319,7 @@ void CQAceLogger::GetNewFileName(WideString& result)
 {
     for (;;) {
         const timespec now = ReadRealTime();
-        const time_t seconds = now.tv_sec;
-        tm calendar{};
-        localtime_r(&seconds, &calendar);
+        const tm calendar = ToLocalDate(now.tv_sec);
         wchar_t timeStamp[80]; // six numbers of any value
         std::swprintf(timeStamp, std::size(timeStamp), L"%04d%02d%02d-%02d%02d%02d", calendar.tm_year + 1900,
                       calendar.tm_mon + 1, calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec);

@@ -75,9 +75,15 @@ std::uint64_t ToUnsigned(long double number)
                                 : static_cast<std::uint64_t>(INT64_MIN); // or not a number
 }
 
-/// The low 32 bits with their sign: what the fields of a 32-bit timex hold. Where they are wider the kernel is told the
-/// same number, so that a clock is corrected alike on both.
+/// The low 32 bits with their sign: what the fields of a timex hold where they have 32 bits. Where they are wider the
+/// kernel is told the same number, so that a clock is corrected alike everywhere.
 std::int32_t ToField(std::uint64_t number) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(number)); }
+
+/// Truncates towards zero. What does not fit becomes the smallest time, as the processor's own conversion has it.
+std::int32_t ToTime32(double seconds)
+{
+    return seconds > -2147483649.0 && seconds < 2147483648.0 ? static_cast<std::int32_t>(seconds) : INT32_MIN;
+}
 
 /// Parts per million by which the system clock ran slow (positive) or fast between two requests.
 std::uint64_t FrequencyError(std::uint64_t targetStep, std::uint64_t systemStep)
@@ -154,9 +160,7 @@ double CQApplicationTime::GetClockTime() const
 
 std::uint32_t CQApplicationTime::GetEepromDate() const
 {
-    const time_t seconds = ToTime32(static_cast<long double>(GetClockTime()));
-    tm calendar{};
-    localtime_r(&seconds, &calendar);
+    const tm calendar = ToLocalDate(ToTime32(GetClockTime()));
     return static_cast<std::uint32_t>((calendar.tm_mday * 256 + calendar.tm_mon + 1) * 65536 + calendar.tm_year + 1900);
 }
 
@@ -174,7 +178,7 @@ void CQApplicationTime::SetClockTime(double seconds)
 {
     const std::uint64_t nanoseconds = ToUnsigned(static_cast<long double>(seconds) * 1e9L);
     timespec t{};
-    t.tv_sec = ToField(nanoseconds / NS_PER_SECOND); // the seconds of a 32-bit time_t
+    t.tv_sec = static_cast<time_t>(nanoseconds / NS_PER_SECOND); // a time_t of 32 bits takes the low ones
     t.tv_nsec = static_cast<long>(nanoseconds % NS_PER_SECOND);
     SetClockTime(t);
 }

@@ -72,7 +72,9 @@ public:
     /// The application time in seconds since the epoch. No heap; one clock reading and one short lock.
     double GetClockTime() const;
 
-    /// The local date of the application time: day, month and year in bits 31 to 24, 23 to 16 and 15 to 0.
+    /// The local date of the application time: day, month and year in bits 31 to 24, 23 to 16 and 15 to 0. The time
+    /// counts as 32 bits whatever the width of time_t: those who read such dates know no later ones. After January
+    /// 2038, or if it is no number, the date is 13 December 1901.
     std::uint32_t GetEepromDate() const;
 
     /// The first call steps the system clock, every later one slews it.

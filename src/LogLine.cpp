@@ -114,6 +114,22 @@ public:
         Advance(DIGITS + 1);
     }
 
+    /// At least four characters, the sign of a year before the year 0 included, and what follows them.
+    void AppendYear(int year)
+    {
+        if (year >= 0 && year <= 9999) {
+            AppendDigits<4>(year, '.');
+            return;
+        }
+        if (year < 0 && year > -1000) {
+            AppendLiteral(L"-");
+            AppendDigits<3>(-year, '.');
+            return;
+        }
+        AppendNumber(year);
+        AppendLiteral(L".");
+    }
+
     Character* End() const { return m_pNext; }
     bool IsFull() const { return m_IsFull; }
     bool IsAscii() const { return m_AllBits < 0x80; }
@@ -170,9 +186,7 @@ private:
 template <class Character>
 void Build(Line<Character>& target, const SLogLine& source)
 {
-    const time_t seconds = ToTime32(source.wallTime);
-    tm calendar{};
-    localtime_r(&seconds, &calendar);
+    const tm calendar = ToLocalDate(ToTime(source.wallTime));
     const SLevelStyle style = StyleOf(source.level);
     if (source.useColor) {
         target.Append(style.colorStart);
@@ -185,7 +199,7 @@ void Build(Line<Character>& target, const SLogLine& source)
     target.AppendLiteral(L": m=");
     target.AppendNumber(source.category);
     target.AppendLiteral(L" t=");
-    target.template AppendDigits<4>(calendar.tm_year + 1900, '.'); // from 1901 to 2038
+    target.AppendYear(calendar.tm_year + 1900);
     target.template AppendDigits<2>(calendar.tm_mon + 1, '.');
     target.template AppendDigits<2>(calendar.tm_mday, '-');
     target.template AppendDigits<2>(calendar.tm_hour, ':');

@@ -1,10 +1,17 @@
 #ifndef QUARN_LOGGING_SYSTEM_CLOCKS_H
 #define QUARN_LOGGING_SYSTEM_CLOCKS_H
 
-#include <cstdint>
 #include <time.h>
 
+#include <climits>
+#include <cstdint>
+#include <limits>
+
 namespace Quarn::Logging {
+
+#if defined(_TIME_BITS) && _TIME_BITS == 64
+static_assert(sizeof(time_t) == 8, "this C library has no times of 64 bits for 32-bit programs; glibc 2.34 has");
+#endif
 
 /// CLOCK_REALTIME as a timespec cut to whole microseconds; -1 s when the clock cannot be read.
 inline timespec ReadRealTime()
@@ -43,11 +50,26 @@ inline long double ReadMonotonicSeconds()
            static_cast<long double>(now.tv_nsec) * static_cast<long double>(1e-9);
 }
 
-/// Truncates towards zero to a time of 32 bits, as the system that the dates are compared with has it; what does not
-/// fit becomes the smallest one, as the processor's own conversion has it.
-inline std::int32_t ToTime32(long double seconds)
+/// Whole seconds, truncated towards zero, in the whole width of the system's time_t. What does not fit, is infinite or
+/// is no number becomes the smallest time of 32 bits: the same moment on every system, and one that is seen to be
+/// wrong.
+inline time_t ToTime(long double seconds)
 {
-    return seconds > -2147483649.0L && seconds < 2147483648.0L ? static_cast<std::int32_t>(seconds) : INT32_MIN;
+    constexpr auto FIRST = static_cast<long double>(std::numeric_limits<time_t>::min());
+    constexpr auto LAST = static_cast<long double>(std::numeric_limits<time_t>::max());
+    return seconds > FIRST - 1 && seconds < LAST + 1 ? static_cast<time_t>(seconds) : INT32_MIN;
+}
+
+/// The date in the process's time zone. The year, with 1900 added, fits an int; a time for which it would not, two
+/// thousand million years away, counts as one that does not fit: see ToTime().
+inline tm ToLocalDate(time_t seconds)
+{
+    tm date{};
+    if (localtime_r(&seconds, &date) == nullptr || date.tm_year > INT_MAX - 1900) {
+        const time_t smallest = INT32_MIN;
+        localtime_r(&smallest, &date);
+    }
+    return date;
 }
 
 } // namespace Quarn::Logging

@@ -2,6 +2,7 @@
 
 #include "CompiledLocale.h"
 #include "SeededRandom.h"
+#include "TimeWidth.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +26,8 @@ constexpr wchar_t UNTOUCHED = L'\x2592';
 /// The line as the C library formats it. What it leaves in the buffer when it fails is a part of it.
 std::wstring LineOfTheCLibrary(const SLogLine& line)
 {
-    const bool fits = line.wallTime > -2147483649.0L && line.wallTime < 2147483648.0L;
+    constexpr long double LAST_YEARS = HAS_LONG_TIMES ? 6.7e16L : 2147483648.0L; // of those that an int takes
+    const bool fits = line.wallTime > -LAST_YEARS - 1 && line.wallTime < LAST_YEARS;
     const time_t seconds = fits ? static_cast<time_t>(line.wallTime) : std::numeric_limits<int>::min();
     tm date{};
     localtime_r(&seconds, &date);
@@ -87,7 +89,9 @@ protected:
         constexpr long double ENDLESS = std::numeric_limits<long double>::infinity();
         const long double edges[] = {
             0.0L,           -0.25L,        -1e-30L, 2147483647.9996L, 2147483648.0L,
-            -2147483649.0L, 1711846800.0L, 1e300L,  ENDLESS,          std::numeric_limits<long double>::quiet_NaN()};
+            -2147483649.0L, 1711846800.0L, 1e300L,  ENDLESS,          std::numeric_limits<long double>::quiet_NaN(),
+            2223374400.5L,  4107542399.0L, 1e12L,   -7e10L,           -1e12L,
+            6e16L};
         return m_Random.OneIn(4)
                    ? m_Random.AnyOf(edges)
                    : static_cast<long double>(m_Random()) / 2 + static_cast<long double>(m_Random()) / 4294967296.0L;

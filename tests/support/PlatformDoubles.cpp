@@ -1,6 +1,7 @@
 #include "PlatformDoubles.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <linux/futex.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -15,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <utility>
 
 namespace QuarnTest {
@@ -48,6 +50,7 @@ struct SFakeClockState
     std::atomic<int> moves; // what sleepers wait on
     std::atomic<const std::function<void(int)>*> hook;
     timex adjustment;
+    timespec setting;
 };
 SFakeClockState g_Clock;
 
@@ -124,12 +127,31 @@ void BlockUntil(std::int64_t monotonic)
     }
 }
 
-timespec ToTimespec(std::int64_t nanoseconds)
+/// As the C library's: a time that time_t cannot take cannot be read.
+int Read(std::int64_t nanoseconds, timespec& time)
 {
-    timespec time{};
-    time.tv_sec = static_cast<time_t>(nanoseconds / NS);
+    const std::int64_t seconds = nanoseconds / NS;
+    if (seconds < std::numeric_limits<time_t>::min() || seconds > std::numeric_limits<time_t>::max()) {
+        errno = EOVERFLOW;
+        return -1;
+    }
+    time.tv_sec = static_cast<time_t>(seconds);
     time.tv_nsec = static_cast<long>(nanoseconds % NS);
-    return time;
+    return 0;
+}
+
+/// Takes the privilege to set the machine's clock from the program, before anything is called: should a call ever get
+/// past its double, a test that runs as root would set it.
+[[gnu::constructor]] void GiveUpTheMachinesClock()
+{
+    __user_cap_header_struct header{};
+    header.version = _LINUX_CAPABILITY_VERSION_3;
+    __user_cap_data_struct capabilities[_LINUX_CAPABILITY_U32S_3]{};
+    if (syscall(SYS_capget, &header, capabilities) == 0) {
+        capabilities[CAP_TO_INDEX(CAP_SYS_TIME)].effective &= ~CAP_TO_MASK(CAP_SYS_TIME);
+        capabilities[CAP_TO_INDEX(CAP_SYS_TIME)].permitted &= ~CAP_TO_MASK(CAP_SYS_TIME);
+        syscall(SYS_capset, &header, capabilities);
+    }
 }
 
 } // namespace
@@ -180,6 +202,7 @@ FakeClock::FakeClock(Sleeping sleeping)
     g_Clock.released = false;
     g_Clock.hook = nullptr;
     g_Clock.adjustment = {};
+    g_Clock.setting = {};
     g_Clock.active = true;
 }
 
@@ -232,6 +255,8 @@ void FakeClock::OnSleep(std::function<void(int)> hook)
 }
 
 std::int64_t FakeClock::RealTime() const { return g_Clock.realTime; }
+
+timespec FakeClock::LastSetting() const { return g_Clock.setting; }
 
 timex FakeClock::LastAdjustment() const { return g_Clock.adjustment; }
 
@@ -303,8 +328,7 @@ int __wrap_clock_gettime(clockid_t clock, timespec* time)
         return -1;
     }
     if (g_Clock.active) {
-        *time = ToTimespec(clock == CLOCK_REALTIME ? g_Clock.realTime : g_Clock.monotonic);
-        return 0;
+        return Read(clock == CLOCK_REALTIME ? g_Clock.realTime : g_Clock.monotonic, *time);
     }
     return __real_clock_gettime(clock, time);
 }
@@ -316,7 +340,10 @@ int __wrap_clock_settime(clockid_t clock, const timespec* time)
         return -1;
     }
     if (g_Clock.active && clock == CLOCK_REALTIME) {
-        g_Clock.realTime = time->tv_sec * NS + time->tv_nsec;
+        g_Clock.setting = *time;
+        // What a clock cannot stand at wraps around; the kernel refuses it.
+        g_Clock.realTime = static_cast<std::int64_t>(static_cast<std::uint64_t>(time->tv_sec) * NS +
+                                                     static_cast<std::uint64_t>(time->tv_nsec));
     }
     return 0;
 }

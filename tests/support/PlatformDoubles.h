@@ -98,6 +98,9 @@ public:
     /// CLOCK_REALTIME in nanoseconds, as the test or the code under test last set it.
     std::int64_t RealTime() const;
 
+    /// What clock_settime was last asked for; 0 before.
+    timespec LastSetting() const;
+
     /// What ntp_adjtime was last asked for; all 0 before.
     timex LastAdjustment() const;
 

@@ -44,6 +44,22 @@ TEST(LogdumpLineTest, TimesAreShownInTheUsersZone)
     EXPECT_EQ(run.output, "axis.cpp:7: info: m=1 t=2024.05.17-08:45:09.000 tid=0x1a2b: a text\n");
 }
 
+// Also of a 32-bit library's records, whose own lines cannot show these dates.
+TEST(LogdumpLineTest, RecordsOfTheFarFutureHaveTheirDates)
+{
+    Image image;
+    image.m_pQueue->SetStartTime(2223374400.0); // 15 June 2040, noon
+    image.Write(2000, 1, 0.25, L"in 2040");
+    image.Write(2000, 1, 1884167999.5, L"in 2100");
+
+    const SFinishedProcess run = DumpBytes(image.Bytes());
+    const SFinishedProcess later = DumpBytes(image.Bytes(), "--since '2100-01-01 00:00'");
+
+    const std::string lineOf2100 = "axis.cpp:7: info: m=1 t=2100.02.28-23:59:59.500 tid=0x1a2b: in 2100\n";
+    EXPECT_EQ(run.output, "axis.cpp:7: info: m=1 t=2040.06.15-12:00:00.250 tid=0x1a2b: in 2040\n" + lineOf2100);
+    EXPECT_EQ(later.output, lineOf2100);
+}
+
 TEST(LogdumpLineTest, ColorIsPutAroundTheLineOnRequest)
 {
     Image image;

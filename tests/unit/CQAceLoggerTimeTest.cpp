@@ -1,4 +1,5 @@
 #include "AceLoggerTest.h"
+#include "TimeWidth.h"
 
 #include <limits>
 #include <string>
@@ -76,30 +77,59 @@ TEST_F(CQAceLoggerTimeTest, LastSecondOfThirtyTwoBitsIsStillADate)
     EXPECT_EQ(Stamp(2147483647.0, 0.5), "2038.01.19-03:14:07.500");
 }
 
-TEST_F(CQAceLoggerTimeTest, TimeAboveTheThirtyTwoBitsIsTheSmallestOne)
+constexpr const char* SMALLEST = "1901.12.13-20:45:52.000";
+
+TEST_F(CQAceLoggerTimeTest, LaterSecondIsADateWhereTimesAreLong)
 {
-    EXPECT_EQ(Stamp(2147483648.0, 0.0), "1901.12.13-20:45:52.000");
-    EXPECT_EQ(Stamp(2147483648.0, 0.25), "1901.12.13-20:45:52.250");
-    EXPECT_EQ(Stamp(4294967296.0, 0.0), "1901.12.13-20:45:52.000");
-    EXPECT_EQ(Stamp(1e300, 0.0), "1901.12.13-20:45:52.000");
+    EXPECT_EQ(Stamp(2147483648.0, 0.0), ByTimes("2038.01.19-03:14:08.000", SMALLEST));
+    EXPECT_EQ(Stamp(2147483648.0, 0.25), ByTimes("2038.01.19-03:14:08.250", "1901.12.13-20:45:52.250"));
+    EXPECT_EQ(Stamp(4294967296.0, 0.0), ByTimes("2106.02.07-06:28:16.000", SMALLEST));
+    EXPECT_EQ(Stamp(253402300799.0, 0.5), ByTimes("9999.12.31-23:59:59.500", "1901.12.13-20:45:52.500"));
 }
 
-TEST_F(CQAceLoggerTimeTest, TimeBelowTheThirtyTwoBitsIsTheSmallestOne)
+TEST_F(CQAceLoggerTimeTest, EarlierSecondIsADateWhereTimesAreLong)
 {
     EXPECT_EQ(Stamp(-2147483647.0, 0.0), "1901.12.13-20:45:53.000");
-    EXPECT_EQ(Stamp(-2147483648.0, 0.0), "1901.12.13-20:45:52.000");
+    EXPECT_EQ(Stamp(-2147483648.0, 0.0), SMALLEST);
     EXPECT_EQ(Stamp(-2147483648.0, -0.5), "1901.12.13-20:45:52.500");
-    EXPECT_EQ(Stamp(-2147483649.0, 0.0), "1901.12.13-20:45:52.000");
+    EXPECT_EQ(Stamp(-2147483649.0, 0.0), ByTimes("1901.12.13-20:45:51.000", SMALLEST));
+    EXPECT_EQ(Stamp(-62167219200.0, 0.0), ByTimes("0000.01.01-00:00:00.000", SMALLEST));
+}
+
+TEST_F(CQAceLoggerTimeTest, YearHasAtLeastFourCharacters)
+{
+    EXPECT_EQ(Stamp(253402300800.0, 0.0), ByTimes("10000.01.01-00:00:00.000", SMALLEST));
+    EXPECT_EQ(Stamp(-62167219201.0, 0.0), ByTimes("-001.12.31-23:59:59.000", SMALLEST));
+    EXPECT_EQ(Stamp(-93692592000.0, 0.0), ByTimes("-999.01.01-00:00:00.000", SMALLEST));
+    EXPECT_EQ(Stamp(-93692592001.0, 0.0), ByTimes("-1000.12.31-23:59:59.000", SMALLEST));
+}
+
+TEST_F(CQAceLoggerTimeTest, YearThatNoIntTakesIsTheOneOfTheSmallestTime)
+{
+    EXPECT_EQ(Stamp(67767976233532792.0, 0.0), ByTimes("2147483647.12.31-23:59:52.000", SMALLEST));
+    EXPECT_EQ(Stamp(67767976233532800.0, 0.0), SMALLEST);
+    EXPECT_EQ(Stamp(-67768040609740800.0, 0.0), ByTimes("-2147481748.01.01-00:00:00.000", SMALLEST));
+    EXPECT_EQ(Stamp(-67768040609740808.0, 0.0), SMALLEST);
+}
+
+TEST_F(CQAceLoggerTimeTest, TimeThatDoesNotFitIsTheSmallestOne)
+{
+    EXPECT_EQ(Stamp(9223372036854774784.0, 0.0), SMALLEST);
+    EXPECT_EQ(Stamp(9223372036854775808.0, 0.0), SMALLEST);
+    EXPECT_EQ(Stamp(-9223372036854775808.0, 0.0), SMALLEST);
+    EXPECT_EQ(Stamp(-9223372036854777856.0, 0.0), SMALLEST);
+    EXPECT_EQ(Stamp(1e300, 0.0), SMALLEST);
+    EXPECT_EQ(Stamp(-1e300, 0.0), SMALLEST);
 }
 
 TEST_F(CQAceLoggerTimeTest, TimeThatIsNoNumberIsTheSmallestOneWithoutMilliseconds)
 {
     const double infinity = std::numeric_limits<double>::infinity();
 
-    EXPECT_EQ(Stamp(0.0, std::numeric_limits<double>::quiet_NaN()), "1901.12.13-20:45:52.000");
-    EXPECT_EQ(Stamp(0.0, infinity), "1901.12.13-20:45:52.000");
-    EXPECT_EQ(Stamp(0.0, -infinity), "1901.12.13-20:45:52.000");
-    EXPECT_EQ(Stamp(infinity, -infinity), "1901.12.13-20:45:52.000");
+    EXPECT_EQ(Stamp(0.0, std::numeric_limits<double>::quiet_NaN()), SMALLEST);
+    EXPECT_EQ(Stamp(0.0, infinity), SMALLEST);
+    EXPECT_EQ(Stamp(0.0, -infinity), SMALLEST);
+    EXPECT_EQ(Stamp(infinity, -infinity), SMALLEST);
 }
 
 TEST_F(CQAceLoggerTimeTest, DateIsTheOneOfTheTimeZone)
@@ -121,7 +151,7 @@ TEST_F(CQAceLoggerTimeTest, SmallestTimeIsLocalToo)
 {
     SetTimeZone("EST5");
 
-    EXPECT_EQ(Stamp(1e12, 0.0), "1901.12.13-15:45:52.000");
+    EXPECT_EQ(Stamp(1e300, 0.0), "1901.12.13-15:45:52.000");
 }
 
 } // namespace

@@ -2,11 +2,13 @@
 
 #include "PlatformDoubles.h"
 #include "RefusedThreads.h"
+#include "TimeWidth.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -286,7 +288,8 @@ struct SSecondsCase
 {
     const char* name;
     double seconds;
-    std::int64_t clock; // ns
+    std::int64_t second; ///< Of a long time; a short one has its low 32 bits.
+    long nanosecond;
 };
 
 class CQApplicationTimeSecondsTest : public testing::TestWithParam<SSecondsCase>
@@ -296,13 +299,15 @@ protected:
     RefusedThreads m_NoThreads;
 };
 
-TEST_P(CQApplicationTimeSecondsTest, BecomeUnsignedNanosecondsAndThenSecondsOfThirtyTwoBits)
+TEST_P(CQApplicationTimeSecondsTest, BecomeUnsignedNanosecondsAndThenSeconds)
 {
     CQApplicationTime time;
 
     time.SetClockTime(GetParam().seconds);
 
-    EXPECT_EQ(m_Clock.RealTime(), GetParam().clock);
+    const timespec setting = m_Clock.LastSetting();
+    EXPECT_EQ(setting.tv_sec, HAS_LONG_TIMES ? GetParam().second : static_cast<std::int32_t>(GetParam().second));
+    EXPECT_EQ(setting.tv_nsec, GetParam().nanosecond);
 }
 
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
@@ -310,16 +315,18 @@ constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 
 INSTANTIATE_TEST_SUITE_P(
     Requests, CQApplicationTimeSecondsTest,
-    testing::Values(SSecondsCase{"Whole", 1700000000.0, 1700000000000000000},
-                    SSecondsCase{"BelowANanosecond", 1e-10, 0},
-                    SSecondsCase{"BeyondSignedThirtyTwoBits", 3000000000.0, -1294967296000000000},  // 3e9 - 2^32 s
-                    SSecondsCase{"BeyondSignedSixtyFourBitNanoseconds", 1e10, 1410065408000000000}, // 1e10 - 2 * 2^32 s
-                    SSecondsCase{"BeyondUnsignedSixtyFourBitNanoseconds", 2e10, 0}, SSecondsCase{"Huge", 1e300, 0},
-                    SSecondsCase{"Infinite", INFINITE, 0},
-                    SSecondsCase{"Negative", -1.5, 1266874888209551616},             // (2^64 - 1500000000) ns
-                    SSecondsCase{"HugeNegative", -1e300, 633437444854775808},        // 2^63 ns
-                    SSecondsCase{"InfiniteNegative", -INFINITE, 633437444854775808}, // 2^63 ns
-                    SSecondsCase{"NotANumber", NOT_A_NUMBER, 633437444854775808}),   // 2^63 ns
+    testing::Values(SSecondsCase{"Whole", 1700000000.0, 1700000000, 0}, SSecondsCase{"BelowANanosecond", 1e-10, 0, 0},
+                    SSecondsCase{"LastOfThirtyTwoBits", 2147483647.75, 2147483647, 750000000},
+                    SSecondsCase{"BeyondSignedThirtyTwoBits", 3000000000.0, 3000000000, 0},
+                    SSecondsCase{"BeyondUnsignedThirtyTwoBits", 5000000000.0, 5000000000, 0},
+                    SSecondsCase{"LastOfSignedSixtyFourBitNanoseconds", 9223372036.5, 9223372036, 500000000},
+                    SSecondsCase{"BeyondSignedSixtyFourBitNanoseconds", 1e10, 10000000000, 0},
+                    SSecondsCase{"BeyondUnsignedSixtyFourBitNanoseconds", 2e10, 0, 0},
+                    SSecondsCase{"Huge", 1e300, 0, 0}, SSecondsCase{"Infinite", INFINITE, 0, 0},
+                    SSecondsCase{"Negative", -1.5, 18446744072, 209551616},             // (2^64 - 1500000000) ns
+                    SSecondsCase{"HugeNegative", -1e300, 9223372036, 854775808},        // 2^63 ns
+                    SSecondsCase{"InfiniteNegative", -INFINITE, 9223372036, 854775808}, // 2^63 ns
+                    SSecondsCase{"NotANumber", NOT_A_NUMBER, 9223372036, 854775808}),   // 2^63 ns
     [](const testing::TestParamInfo<SSecondsCase>& test) { return test.param.name; });
 
 } // namespace

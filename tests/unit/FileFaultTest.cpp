@@ -29,12 +29,14 @@ int ScanUnlessUnreadable(const char* function, Arguments... arguments)
 } // namespace
 
 // The program's own definitions come before the C library's. The linker's --wrap would not reach the calls of ACE, of
-// which one or the other is made.
+// which one or the other is made. With file sizes of 64 bits the headers have the second under both names.
+#ifndef _FILE_OFFSET_BITS
 extern "C" int scandir(const char* folder, dirent*** entries, int (*select)(const dirent*),
                        int (*compare)(const dirent**, const dirent**))
 {
     return ScanUnlessUnreadable<decltype(&::scandir)>("scandir", folder, entries, select, compare);
 }
+#endif
 extern "C" int scandir64(const char* folder, dirent64*** entries, int (*select)(const dirent64*),
                          int (*compare)(const dirent64**, const dirent64**))
 {

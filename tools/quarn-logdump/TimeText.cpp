@@ -46,7 +46,7 @@ std::int64_t DaysOf(const SCalendar& date)
     return std::int64_t{era} * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
 }
 
-/// The reverse of DaysOf(), in 64 bits on every system, unlike the C library's.
+/// The reverse of DaysOf().
 SCalendar DateOf(std::int64_t days)
 {
     const std::int64_t shifted = days + 719468;
@@ -76,8 +76,9 @@ std::optional<std::int64_t> LocalSeconds(const SCalendar& time)
     calendar.tm_sec = time.second;
     calendar.tm_isdst = -1;
     calendar.tm_wday = -1; // stays so if the time cannot be told: -1 as a result is a time, too
+    static_assert(sizeof(time_t) == 8, "a year up to 9999");
     const time_t seconds = mktime(&calendar);
-    if (calendar.tm_wday == -1 || seconds < INT32_MIN || seconds > INT32_MAX) {
+    if (calendar.tm_wday == -1) {
         return std::nullopt;
     }
     return seconds;

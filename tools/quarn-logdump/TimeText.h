@@ -11,7 +11,7 @@ namespace Quarn::Logging::Dump {
 ///
 /// Local time "2026-11-20 13:45:09.123", the date and time as log lines show them ("2026.11.20-13:45:09.123"), ISO 8601
 /// with a "T" and perhaps a zone ("Z", "+01:00"), in each of which seconds or the whole time of day may be missing; or
-/// seconds since the epoch. Nothing for any other text, and for local times beyond those of 32 bits.
+/// seconds since the epoch. Nothing for any other text.
 std::optional<std::int64_t> ParseTime(const std::string& text);
 
 /// Whole milliseconds of a wall-clock time, cut off as log lines show them; nothing if it is not a number or too large.
