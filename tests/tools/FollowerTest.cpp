@@ -12,7 +12,7 @@
 #include <functional>
 
 using namespace Quarn::Logging;
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 using namespace QuarnTest;
 
 namespace {

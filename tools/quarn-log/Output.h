@@ -1,5 +1,5 @@
-#ifndef QUARN_LOGDUMP_OUTPUT_H
-#define QUARN_LOGDUMP_OUTPUT_H
+#ifndef QUARN_TOOL_OUTPUT_H
+#define QUARN_TOOL_OUTPUT_H
 
 #include "QueueReader.h"
 
@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 struct SOutputStyle
 {
@@ -48,6 +48,6 @@ private:
     bool m_Failed = false;
 };
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef QUARN_LOGDUMP_QUEUE_READER_H
-#define QUARN_LOGDUMP_QUEUE_READER_H
+#ifndef QUARN_TOOL_QUEUE_READER_H
+#define QUARN_TOOL_QUEUE_READER_H
 
 #include "CQLogQueue.h"
 
@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// A record in a QueueReader's copy. The strings live as long as the reader.
 struct SRecordView
@@ -93,6 +93,6 @@ private:
     bool m_GaveUp = false;
 };
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef QUARN_LOGDUMP_FOLLOWER_H
-#define QUARN_LOGDUMP_FOLLOWER_H
+#ifndef QUARN_TOOL_FOLLOWER_H
+#define QUARN_TOOL_FOLLOWER_H
 
 #include "InputFile.h"
 #include "Output.h"
@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// @brief Prints the records of a queue that is in use as they appear.
 ///
@@ -43,6 +43,6 @@ private:
     std::vector<unsigned char> m_SecondCopy;
 };
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

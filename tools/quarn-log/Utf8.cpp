@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -113,4 +113,4 @@ std::wstring WithoutControls(std::wstring_view text)
     return clean;
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 long double WallTimeOf(const SRecordView& record, double startTime)
 {
@@ -26,4 +26,4 @@ bool RecordFilter::Passes(const SRecordView& record, double startTime) const
     return time && (!sinceMs || *time >= *sinceMs) && (!untilMs || *time <= *untilMs);
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

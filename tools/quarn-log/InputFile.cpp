@@ -13,7 +13,7 @@
 
 // Calls with 64 in their names: 32-bit programs too read images of more than 2 GiB.
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -131,4 +131,4 @@ std::size_t InputFile::CopyFromMapping(std::uint64_t offset, unsigned char* targ
     return size;
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

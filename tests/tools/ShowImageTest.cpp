@@ -16,7 +16,7 @@ std::string ImageWith(const wchar_t* text)
     return image.Bytes();
 }
 
-TEST(LogdumpImageTest, QueuesAreFoundAtEveryMultipleOfFour)
+TEST(ShowImageTest, QueuesAreFoundAtEveryMultipleOfFour)
 {
     const std::string bytes =
         std::string(4, 'x') + ImageWith(L"first") + std::string(1020, 'y') + ImageWith(L"second") + "rest";
@@ -28,7 +28,7 @@ TEST(LogdumpImageTest, QueuesAreFoundAtEveryMultipleOfFour)
     EXPECT_EQ(run.exitCode, 0);
 }
 
-TEST(LogdumpImageTest, QueueInTheRemainsOfAnotherIsFound)
+TEST(ShowImageTest, QueueInTheRemainsOfAnotherIsFound)
 {
     std::string bytes = ImageWith(L"older");
     bytes.replace(1000, 500, ImageWith(L"younger"), 0, 500);
@@ -36,9 +36,9 @@ TEST(LogdumpImageTest, QueueInTheRemainsOfAnotherIsFound)
     EXPECT_EQ(DumpBytes(bytes).output, InfoLine("older") + InfoLine("younger"));
 }
 
-TEST(LogdumpImageTest, QueueAtAnOddOffsetIsNone) { EXPECT_EQ(DumpBytes("xx" + ImageWith(L"moved")).exitCode, 1); }
+TEST(ShowImageTest, QueueAtAnOddOffsetIsNone) { EXPECT_EQ(DumpBytes("xx" + ImageWith(L"moved")).exitCode, 1); }
 
-TEST(LogdumpImageTest, WhatTruncationLeftIsPrinted)
+TEST(ShowImageTest, WhatTruncationLeftIsPrinted)
 {
     Image image;
     image.Write(L"7 chars");
@@ -51,7 +51,7 @@ TEST(LogdumpImageTest, WhatTruncationLeftIsPrinted)
     EXPECT_EQ(run.exitCode, 0);
 }
 
-TEST(LogdumpImageTest, SignatureAtTheVeryEndIsEnough)
+TEST(ShowImageTest, SignatureAtTheVeryEndIsEnough)
 {
     const std::string bytes = ImageWith(L"gone");
 
@@ -59,7 +59,7 @@ TEST(LogdumpImageTest, SignatureAtTheVeryEndIsEnough)
     EXPECT_EQ(DumpBytes(bytes.substr(0, 47)).exitCode, 1);
 }
 
-TEST(LogdumpImageTest, StandardInputIsAnImageToo)
+TEST(ShowImageTest, StandardInputIsAnImageToo)
 {
     const TempDir dir;
     dir.Write("image", std::string(12, 'x') + ImageWith(L"piped"));
@@ -71,7 +71,7 @@ TEST(LogdumpImageTest, StandardInputIsAnImageToo)
     EXPECT_EQ(pipe.output, InfoLine("piped"));
 }
 
-TEST(LogdumpImageTest, ImageIsLeftAsItIs)
+TEST(ShowImageTest, ImageIsLeftAsItIs)
 {
     Image image;
     image.Write(L"delivered");
@@ -87,7 +87,7 @@ TEST(LogdumpImageTest, ImageIsLeftAsItIs)
     EXPECT_EQ(dir.Names().size(), 1U);
 }
 
-TEST(LogdumpImageTest, QueueBehindFiveGigabytesOfHolesIsFound)
+TEST(ShowImageTest, QueueBehindFiveGigabytesOfHolesIsFound)
 {
     const TempDir dir;
     dir.Write("image", "some data in front");
@@ -114,7 +114,7 @@ std::string BrokenImage()
     return image.Bytes();
 }
 
-TEST(LogdumpImageTest, BrokenChainEndsTheLogAsAtTheNextStart)
+TEST(ShowImageTest, BrokenChainEndsTheLogAsAtTheNextStart)
 {
     const SFinishedProcess run = DumpBytes(BrokenImage());
 
@@ -122,7 +122,7 @@ TEST(LogdumpImageTest, BrokenChainEndsTheLogAsAtTheNextStart)
     EXPECT_THAT(run.errors, testing::EndsWith(": 1 complete records are out of reach, --all shows them\n"));
 }
 
-TEST(LogdumpImageTest, AllShowsWhatABrokenChainHides)
+TEST(ShowImageTest, AllShowsWhatABrokenChainHides)
 {
     const SFinishedProcess run = DumpBytes(BrokenImage(), "--all");
 
@@ -130,7 +130,7 @@ TEST(LogdumpImageTest, AllShowsWhatABrokenChainHides)
     EXPECT_EQ(run.errors, "");
 }
 
-TEST(LogdumpImageTest, OldestRecordComesFirst)
+TEST(ShowImageTest, OldestRecordComesFirst)
 {
     Image image;
     for (const wchar_t* text : {L"seven 7", L"eight 8", L"nine  9", L"three 3", L"four  4", L"five  5"}) {
@@ -165,7 +165,7 @@ std::string ImageWithStaleRecord()
     return image.Bytes();
 }
 
-TEST(LogdumpImageTest, StaleRecordBehindTheWrapPointComesFirstAndHidesTheLapBefore)
+TEST(ShowImageTest, StaleRecordBehindTheWrapPointComesFirstAndHidesTheLapBefore)
 {
     const SFinishedProcess run = DumpBytes(ImageWithStaleRecord());
 
@@ -173,7 +173,7 @@ TEST(LogdumpImageTest, StaleRecordBehindTheWrapPointComesFirstAndHidesTheLapBefo
     EXPECT_THAT(run.errors, testing::EndsWith(": 3 complete records are out of reach, --all shows them\n"));
 }
 
-TEST(LogdumpImageTest, AllShowsInOrderOfSequenceWhatAStaleRecordHides)
+TEST(ShowImageTest, AllShowsInOrderOfSequenceWhatAStaleRecordHides)
 {
     const SFinishedProcess run = DumpBytes(ImageWithStaleRecord(), "--all");
 
@@ -182,7 +182,7 @@ TEST(LogdumpImageTest, AllShowsInOrderOfSequenceWhatAStaleRecordHides)
     EXPECT_EQ(run.errors, "");
 }
 
-TEST(LogdumpImageTest, SequenceNumbersMayGoRound)
+TEST(ShowImageTest, SequenceNumbersMayGoRound)
 {
     Image image;
     image.m_Block.Set(QueueBlock::Sequence, 0xFFFFFFFE);
@@ -195,7 +195,7 @@ TEST(LogdumpImageTest, SequenceNumbersMayGoRound)
     EXPECT_EQ(DumpBytes(image.Bytes(), "--all").output, lines);
 }
 
-TEST(LogdumpImageTest, RecordWithoutItsMarkersIsNotShown)
+TEST(ShowImageTest, RecordWithoutItsMarkersIsNotShown)
 {
     Image image;
     image.Write(L"whole..");
@@ -206,7 +206,7 @@ TEST(LogdumpImageTest, RecordWithoutItsMarkersIsNotShown)
     EXPECT_EQ(DumpBytes(image.Bytes(), "--all").output, InfoLine("whole.."));
 }
 
-TEST(LogdumpImageTest, ImageOfAnotherWordSizeIsReadByteForByte)
+TEST(ShowImageTest, ImageOfAnotherWordSizeIsReadByteForByte)
 {
     // As a 32-bit program leaves it: a live mutex of 28 bytes and its attributes in front.
     const char bytes[] = "\1\0\0\0\x39\5\0\0\1\0\0\0\x21\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x20\0\0\0"
@@ -222,7 +222,7 @@ TEST(LogdumpImageTest, ImageOfAnotherWordSizeIsReadByteForByte)
     EXPECT_EQ(run.output, InfoLine("hi"));
 }
 
-TEST(LogdumpImageTest, ImageMadeOfHeadersIsReadToItsEnd)
+TEST(ShowImageTest, ImageMadeOfHeadersIsReadToItsEnd)
 {
     const std::string signature = ImageWith(L"").substr(32, 16);
     std::string bytes;

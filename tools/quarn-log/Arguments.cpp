@@ -10,7 +10,7 @@
 #include <map>
 #include <system_error>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -96,4 +96,4 @@ std::optional<int> ParseArguments(int argc, const char* const* argv, SArguments&
     return std::nullopt;
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

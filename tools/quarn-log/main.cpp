@@ -15,7 +15,7 @@
 #include <vector>
 
 using namespace Quarn::Logging;
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 
 namespace {
 

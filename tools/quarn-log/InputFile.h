@@ -1,11 +1,11 @@
-#ifndef QUARN_LOGDUMP_INPUT_FILE_H
-#define QUARN_LOGDUMP_INPUT_FILE_H
+#ifndef QUARN_TOOL_INPUT_FILE_H
+#define QUARN_TOOL_INPUT_FILE_H
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// @brief An image, opened for reading only: a file of any size, a device, a pipe.
 ///
@@ -48,6 +48,6 @@ private:
     void* m_pMapping = nullptr; ///< SLogQueueHeader::TOTAL_SIZE bytes; null unless the device had to be mapped.
 };
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

@@ -24,7 +24,7 @@
 
 using namespace QuarnTest;
 using namespace Quarn::Logging;
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -99,4 +99,4 @@ void ImageScanner::Refill(bool headerFound)
     m_AtEnd = got < wanted;
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

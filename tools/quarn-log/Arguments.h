@@ -1,5 +1,5 @@
-#ifndef QUARN_LOGDUMP_ARGUMENTS_H
-#define QUARN_LOGDUMP_ARGUMENTS_H
+#ifndef QUARN_TOOL_ARGUMENTS_H
+#define QUARN_TOOL_ARGUMENTS_H
 
 #include "RecordFilter.h"
 
@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// How the program ends. Scripts go by the numbers.
 enum ExitCode : int {
@@ -34,6 +34,6 @@ struct SArguments
 /// Reads the command line. If there is nothing left to do, says what there is to say and returns the exit code.
 std::optional<int> ParseArguments(int argc, const char* const* argv, SArguments& arguments);
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

@@ -1,11 +1,11 @@
-#ifndef QUARN_LOGDUMP_TIME_TEXT_H
-#define QUARN_LOGDUMP_TIME_TEXT_H
+#ifndef QUARN_TOOL_TIME_TEXT_H
+#define QUARN_TOOL_TIME_TEXT_H
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// @brief Milliseconds since the epoch of a time that a user gives.
 ///
@@ -20,6 +20,6 @@ std::optional<std::int64_t> MillisecondsOf(double wallTime);
 /// ISO 8601 in UTC with microseconds, "2026-11-20T13:45:09.123000Z". Empty outside the years 0 to 9999.
 std::string ToIso8601(double wallTime);
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

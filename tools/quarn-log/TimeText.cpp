@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <string_view>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -241,4 +241,4 @@ std::string ToIso8601(double wallTime)
     return text;
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

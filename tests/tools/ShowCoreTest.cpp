@@ -46,12 +46,12 @@ std::string PeerProgram(const std::string& path)
     return folder == nullptr ? std::string() : std::string(folder) + path;
 }
 
-TEST(LogdumpCoreTest, LogThatWasOnTheHeapIsFoundInACoreFile)
+TEST(ShowCoreTest, LogThatWasOnTheHeapIsFoundInACoreFile)
 {
     ExpectLogInCore(LOGDUMP, CORE_DUMPER, std::to_string(sizeof(void*)));
 }
 
-TEST(LogdumpCoreTest, CoreOfTheOtherWordSizeIsRead)
+TEST(ShowCoreTest, CoreOfTheOtherWordSizeIsRead)
 {
     const std::string program = PeerProgram("/tests/tools/core-dumper");
     if (program.empty()) {
@@ -60,9 +60,9 @@ TEST(LogdumpCoreTest, CoreOfTheOtherWordSizeIsRead)
     ExpectLogInCore(LOGDUMP, program, sizeof(void*) == 8 ? "4" : "8");
 }
 
-TEST(LogdumpCoreTest, ToolOfTheOtherWordSizeReadsTheCore)
+TEST(ShowCoreTest, ToolOfTheOtherWordSizeReadsTheCore)
 {
-    const std::string tool = PeerProgram("/tools/quarn-logdump/quarn-logdump");
+    const std::string tool = PeerProgram("/tools/quarn-log/quarn-logdump");
     if (tool.empty()) {
         GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build of the other word size";
     }

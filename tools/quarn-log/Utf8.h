@@ -1,10 +1,10 @@
-#ifndef QUARN_LOGDUMP_UTF8_H
-#define QUARN_LOGDUMP_UTF8_H
+#ifndef QUARN_TOOL_UTF8_H
+#define QUARN_TOOL_UTF8_H
 
 #include <string>
 #include <string_view>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// UTF-8 of a UTF-32 text from an image. What is no Unicode character becomes U+FFFD.
 std::string ToUtf8(std::wstring_view text);
@@ -19,6 +19,6 @@ std::string WithoutControls(std::string_view text);
 /// The same for UTF-32.
 std::wstring WithoutControls(std::wstring_view text);
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

@@ -25,7 +25,7 @@ constexpr const char* WARNING_LINE = "axis.cpp:7: warning: m=-5 t=2024.05.17-13:
 constexpr const char* ERROR_LINE = "axis.cpp:7: error: m=2 t=2024.05.17-13:45:04.250 tid=0x1a2b: an error\n";
 constexpr const char* NAMELESS_LINE = "axis.cpp:7: ?: m=1 t=2024.05.17-13:45:05.250 tid=0x1a2b: nameless\n";
 
-TEST(LogdumpLineTest, PrintsTheBuiltInLoggersLines)
+TEST(ShowLineTest, PrintsTheBuiltInLoggersLines)
 {
     const SFinishedProcess run = DumpBytes(LevelsImage());
 
@@ -34,7 +34,7 @@ TEST(LogdumpLineTest, PrintsTheBuiltInLoggersLines)
     EXPECT_EQ(run.exitCode, 0);
 }
 
-TEST(LogdumpLineTest, TimesAreShownInTheUsersZone)
+TEST(ShowLineTest, TimesAreShownInTheUsersZone)
 {
     Image image;
     image.Write(L"a text");
@@ -44,7 +44,7 @@ TEST(LogdumpLineTest, TimesAreShownInTheUsersZone)
     EXPECT_EQ(run.output, "axis.cpp:7: info: m=1 t=2024.05.17-08:45:09.000 tid=0x1a2b: a text\n");
 }
 
-TEST(LogdumpLineTest, ColorIsPutAroundTheLineOnRequest)
+TEST(ShowLineTest, ColorIsPutAroundTheLineOnRequest)
 {
     Image image;
     image.Write(4000, 1, 9.0, L"red");
@@ -54,12 +54,12 @@ TEST(LogdumpLineTest, ColorIsPutAroundTheLineOnRequest)
     EXPECT_EQ(run.output, "\x1b[31maxis.cpp:7: error: m=1 t=2024.05.17-13:45:09.000 tid=0x1a2b: red\x1b[0m\n");
 }
 
-TEST(LogdumpLineTest, ColorIsLeftOutWhereNoTerminalIs)
+TEST(ShowLineTest, ColorIsLeftOutWhereNoTerminalIs)
 {
     EXPECT_THAT(DumpBytes(LevelsImage(), "--color=auto").output, testing::Not(testing::HasSubstr("\x1b")));
 }
 
-TEST(LogdumpLineTest, ColorIsShownOnATerminalUnlessForbidden)
+TEST(ShowLineTest, ColorIsShownOnATerminalUnlessForbidden)
 {
     const TempDir dir;
     dir.Write("image", LevelsImage());
@@ -73,7 +73,7 @@ TEST(LogdumpLineTest, ColorIsShownOnATerminalUnlessForbidden)
     EXPECT_THAT(never.output, testing::Not(testing::HasSubstr("\x1b[31m")));
 }
 
-TEST(LogdumpLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
+TEST(ShowLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
 {
     Image image;
     image.Write(L"to the\tright \x1b]0;title\a");
@@ -86,24 +86,24 @@ TEST(LogdumpLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
     EXPECT_THAT(run.output, testing::HasSubstr("to the\tright \xEF\xBF\xBD]0;title\xEF\xBF\xBD\r\n"));
 }
 
-TEST(LogdumpLineTest, LevelNumberIsAThreshold)
+TEST(ShowLineTest, LevelNumberIsAThreshold)
 {
     EXPECT_EQ(DumpBytes(LevelsImage(), "--level 4000").output, std::string(ERROR_LINE) + NAMELESS_LINE);
 }
 
-TEST(LogdumpLineTest, LevelMayBeNamed)
+TEST(ShowLineTest, LevelMayBeNamed)
 {
     EXPECT_EQ(DumpBytes(LevelsImage(), "--level warning").output,
               std::string(WARNING_LINE) + ERROR_LINE + NAMELESS_LINE);
 }
 
-TEST(LogdumpLineTest, CategoriesAddUp)
+TEST(ShowLineTest, CategoriesAddUp)
 {
     EXPECT_EQ(DumpBytes(LevelsImage(), "--category 2 --category -5").output,
               std::string(INFO_LINE) + WARNING_LINE + ERROR_LINE);
 }
 
-TEST(LogdumpLineTest, TimesOfTheLinesThemselvesAreWithinTheRange)
+TEST(ShowLineTest, TimesOfTheLinesThemselvesAreWithinTheRange)
 {
     const SFinishedProcess run =
         DumpBytes(LevelsImage(), "--since 2024.05.17-13:45:02.250 --until '2024-05-17 13:45:03.250'");
@@ -111,7 +111,7 @@ TEST(LogdumpLineTest, TimesOfTheLinesThemselvesAreWithinTheRange)
     EXPECT_EQ(run.output, std::string(INFO_LINE) + WARNING_LINE);
 }
 
-TEST(LogdumpLineTest, TimesMayBeSecondsSinceTheEpochOrHaveAZone)
+TEST(ShowLineTest, TimesMayBeSecondsSinceTheEpochOrHaveAZone)
 {
     const SFinishedProcess run =
         DumpBytes(LevelsImage(), "--since 1715953503.5 --until 2024-05-17T15:45:04.999+02:00", "TZ=EST5");
@@ -119,7 +119,7 @@ TEST(LogdumpLineTest, TimesMayBeSecondsSinceTheEpochOrHaveAZone)
     EXPECT_EQ(run.output, "axis.cpp:7: error: m=2 t=2024.05.17-08:45:04.250 tid=0x1a2b: an error\n");
 }
 
-TEST(LogdumpLineTest, TextIsUtf8InEveryLocale)
+TEST(ShowLineTest, TextIsUtf8InEveryLocale)
 {
     Image image;
     image.m_pQueue->WriteMessage(2000, 1, 9.0, 0x1A2B, "\xC3\xA4xis.cpp", 7, L"\u00E4 \u20AC \U0001F600");
@@ -130,7 +130,7 @@ TEST(LogdumpLineTest, TextIsUtf8InEveryLocale)
     EXPECT_EQ(DumpBytes(image.Bytes(), "", "LC_ALL=C.UTF-8").output, line);
 }
 
-TEST(LogdumpLineTest, BytesThatAreNoTextAreReplaced)
+TEST(ShowLineTest, BytesThatAreNoTextAreReplaced)
 {
     Image image;
     const wchar_t text[] = {static_cast<wchar_t>(0xD800), L'-', static_cast<wchar_t>(0x110000), L'\0'};
@@ -142,7 +142,7 @@ TEST(LogdumpLineTest, BytesThatAreNoTextAreReplaced)
                           "\xEF\xBF\xBD-\xEF\xBF\xBD\n");
 }
 
-TEST(LogdumpLineTest, LineThatIsCutStillEnds)
+TEST(ShowLineTest, LineThatIsCutStillEnds)
 {
     Image image;
     image.Write(std::wstring(3000, L'x').c_str());
@@ -155,7 +155,7 @@ TEST(LogdumpLineTest, LineThatIsCutStillEnds)
     EXPECT_THAT(run.output, testing::EndsWith("next\x1b[0m\n"));
 }
 
-TEST(LogdumpLineTest, DroppedMessagesAreToldOnStandardError)
+TEST(ShowLineTest, DroppedMessagesAreToldOnStandardError)
 {
     Image image;
     image.Write(L"a text");

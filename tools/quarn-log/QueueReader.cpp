@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -123,4 +123,4 @@ bool QueueReader::IsSameIn(const unsigned char* laterCopy, const SRecordView& re
     return std::memcmp(m_pBlock->bytes + place, laterCopy + place, record.size) == 0;
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

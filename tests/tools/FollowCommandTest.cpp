@@ -14,7 +14,7 @@ using namespace QuarnTest;
 namespace {
 
 /// A file that stands for the reserved memory, with a queue that the test writes to.
-class LogdumpFollowTest : public testing::Test
+class FollowCommandTest : public testing::Test
 {
 protected:
     void SetUp() override
@@ -59,7 +59,7 @@ std::string Line(const std::string& text)
     return "axis.cpp:7: info: m=1 t=2024.05.17-13:45:09.000 tid=0x1a2b: " + text;
 }
 
-TEST_F(LogdumpFollowTest, RecordsArePrintedAsTheyAppear)
+TEST_F(FollowCommandTest, RecordsArePrintedAsTheyAppear)
 {
     Write(L"there before");
     FollowedTool tool(Region(), "0.001");
@@ -73,7 +73,7 @@ TEST_F(LogdumpFollowTest, RecordsArePrintedAsTheyAppear)
     EXPECT_EQ(tool.ReadLine(), Line("newer"));
 }
 
-TEST_F(LogdumpFollowTest, InterruptEndsItWithSuccess)
+TEST_F(FollowCommandTest, InterruptEndsItWithSuccess)
 {
     Write(L"a text");
     FollowedTool tool(Region(), "3600");
@@ -82,7 +82,7 @@ TEST_F(LogdumpFollowTest, InterruptEndsItWithSuccess)
     EXPECT_EQ(tool.Stop(SIGINT), 0);
 }
 
-TEST_F(LogdumpFollowTest, TerminationEndsItWithSuccess)
+TEST_F(FollowCommandTest, TerminationEndsItWithSuccess)
 {
     Write(L"a text");
     FollowedTool tool(Region(), "0");
@@ -91,7 +91,7 @@ TEST_F(LogdumpFollowTest, TerminationEndsItWithSuccess)
     EXPECT_EQ(tool.Stop(SIGTERM), 0);
 }
 
-TEST_F(LogdumpFollowTest, NextRunIsFollowedFromItsBeginning)
+TEST_F(FollowCommandTest, NextRunIsFollowedFromItsBeginning)
 {
     Write(L"of the first run");
     Write(L"its last");
@@ -133,7 +133,7 @@ int NumberOf(const std::string& line)
     return line.substr(text + 12) == std::string(expected.begin(), expected.end()) ? number : -1;
 }
 
-TEST_F(LogdumpFollowTest, NoRecordIsTornWhileAWriterGoesRoundTheRing)
+TEST_F(FollowCommandTest, NoRecordIsTornWhileAWriterGoesRoundTheRing)
 {
     constexpr int LAST = 20000; // 40 MB and more: about twenty laps
     Write(NumberText(0));
@@ -157,7 +157,7 @@ TEST_F(LogdumpFollowTest, NoRecordIsTornWhileAWriterGoesRoundTheRing)
     }
 }
 
-TEST(LogdumpFollowStartTest, FileWithoutAQueueIsNotFollowed)
+TEST(FollowCommandStartTest, FileWithoutAQueueIsNotFollowed)
 {
     const SFinishedProcess run = DumpBytes("nothing", "--follow");
 

@@ -1,5 +1,5 @@
-#ifndef QUARN_LOGDUMP_RECORD_FILTER_H
-#define QUARN_LOGDUMP_RECORD_FILTER_H
+#ifndef QUARN_TOOL_RECORD_FILTER_H
+#define QUARN_TOOL_RECORD_FILTER_H
 
 #include "QueueReader.h"
 
@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// Wall-clock time of a record, seconds since the epoch. In extended precision, as the built-in logger adds.
 long double WallTimeOf(const SRecordView& record, double startTime);
@@ -23,6 +23,6 @@ struct RecordFilter
     bool Passes(const SRecordView& record, double startTime) const;
 };
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

@@ -11,7 +11,7 @@
 #include <clocale>
 #include <cwchar>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -152,4 +152,4 @@ bool Output::Flush()
     return !m_Failed;
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool

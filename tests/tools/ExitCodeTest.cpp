@@ -7,7 +7,7 @@ using namespace QuarnTest;
 
 namespace {
 
-TEST(LogdumpExitCodeTest, EmptyQueueIsALogToo)
+TEST(ExitCodeTest, EmptyQueueIsALogToo)
 {
     const Image image;
 
@@ -18,7 +18,7 @@ TEST(LogdumpExitCodeTest, EmptyQueueIsALogToo)
     EXPECT_EQ(run.errors, "");
 }
 
-TEST(LogdumpExitCodeTest, FileWithoutAQueueIsToldFromAnEmptyLog)
+TEST(ExitCodeTest, FileWithoutAQueueIsToldFromAnEmptyLog)
 {
     const SFinishedProcess run = DumpBytes("nothing of the kind");
 
@@ -27,13 +27,13 @@ TEST(LogdumpExitCodeTest, FileWithoutAQueueIsToldFromAnEmptyLog)
     EXPECT_THAT(run.errors, testing::EndsWith("/image: no queue found\n"));
 }
 
-TEST(LogdumpExitCodeTest, EmptyFileHoldsNoQueue) { EXPECT_EQ(DumpBytes("").exitCode, 1); }
+TEST(ExitCodeTest, EmptyFileHoldsNoQueue) { EXPECT_EQ(DumpBytes("").exitCode, 1); }
 
-class LogdumpUsageTest : public testing::TestWithParam<const char*>
+class UsageTest : public testing::TestWithParam<const char*>
 {
 };
 
-TEST_P(LogdumpUsageTest, IsRefusedBeforeTheImageIsRead)
+TEST_P(UsageTest, IsRefusedBeforeTheImageIsRead)
 {
     const SFinishedProcess run = RunTool(GetParam());
 
@@ -42,14 +42,14 @@ TEST_P(LogdumpUsageTest, IsRefusedBeforeTheImageIsRead)
     EXPECT_NE(run.errors, "");
 }
 
-INSTANTIATE_TEST_SUITE_P(WrongCommandLine, LogdumpUsageTest,
+INSTANTIATE_TEST_SUITE_P(WrongCommandLine, UsageTest,
                          testing::Values("", "--nonsense image", "one two", "--level high image", "--level 4x image",
                                          "--level 99999999999 image", "--category x image", "--category",
                                          "--since now image", "--since 2024-02-30 image",
                                          "--until 2024-05-17T24:00 image", "--color=blue image", "--interval -1 image",
                                          "--interval x image", "--follow --info image", "--follow -"));
 
-TEST(LogdumpExitCodeTest, MissingFileCannotBeRead)
+TEST(ExitCodeTest, MissingFileCannotBeRead)
 {
     const SFinishedProcess run = RunTool("/nonexistent/image");
 
@@ -57,14 +57,14 @@ TEST(LogdumpExitCodeTest, MissingFileCannotBeRead)
     EXPECT_EQ(run.errors, "quarn-logdump: /nonexistent/image: No such file or directory\n");
 }
 
-TEST(LogdumpExitCodeTest, FolderCannotBeRead)
+TEST(ExitCodeTest, FolderCannotBeRead)
 {
     const TempDir dir;
 
     EXPECT_EQ(RunTool(Quoted(dir.Path().string())).exitCode, 3);
 }
 
-TEST(LogdumpExitCodeTest, OutputThatIsFullIsTold)
+TEST(ExitCodeTest, OutputThatIsFullIsTold)
 {
     Image image;
     image.Write(L"a text");
@@ -77,7 +77,7 @@ TEST(LogdumpExitCodeTest, OutputThatIsFullIsTold)
     EXPECT_THAT(run.errors, testing::EndsWith(": standard output did not take everything\n"));
 }
 
-TEST(LogdumpExitCodeTest, HelpNamesEveryOption)
+TEST(ExitCodeTest, HelpNamesEveryOption)
 {
     const SFinishedProcess run = RunTool("--help");
 
@@ -88,7 +88,7 @@ TEST(LogdumpExitCodeTest, HelpNamesEveryOption)
     }
 }
 
-TEST(LogdumpExitCodeTest, VersionIsPrinted)
+TEST(ExitCodeTest, VersionIsPrinted)
 {
     const SFinishedProcess run = RunTool("--version");
 

@@ -7,7 +7,7 @@ using namespace QuarnTest;
 
 namespace {
 
-TEST(LogdumpJsonTest, ObjectHasEveryFieldOfTheRecord)
+TEST(ShowJsonTest, ObjectHasEveryFieldOfTheRecord)
 {
     Image image;
     image.Write(1000, 1, 1.0, L"7 chars");
@@ -23,7 +23,7 @@ TEST(LogdumpJsonTest, ObjectHasEveryFieldOfTheRecord)
     EXPECT_EQ(run.exitCode, 0);
 }
 
-TEST(LogdumpJsonTest, TextIsUtf8InEveryLocale)
+TEST(ShowJsonTest, TextIsUtf8InEveryLocale)
 {
     Image image;
     image.m_pQueue->WriteMessage(2000, 1, 9.0, 0x1A2B, "\xC3\xA4xis", 7, L"\u20AC");
@@ -34,7 +34,7 @@ TEST(LogdumpJsonTest, TextIsUtf8InEveryLocale)
     }
 }
 
-TEST(LogdumpJsonTest, BytesThatAreNoTextAreReplaced)
+TEST(ShowJsonTest, BytesThatAreNoTextAreReplaced)
 {
     Image image;
     const wchar_t text[] = {static_cast<wchar_t>(0xFFFFFFFF), L'\0'};
@@ -46,7 +46,7 @@ TEST(LogdumpJsonTest, BytesThatAreNoTextAreReplaced)
                 testing::HasSubstr("\"file\":\"\xEF\xBF\xBD\xEF\xBF\xBD\",\"line\":7,\"text\":\"\xEF\xBF\xBD\""));
 }
 
-TEST(LogdumpJsonTest, TimeThatIsNoNumberIsNull)
+TEST(ShowJsonTest, TimeThatIsNoNumberIsNull)
 {
     Image image;
     image.Write(L"a text");
@@ -58,7 +58,7 @@ TEST(LogdumpJsonTest, TimeThatIsNoNumberIsNull)
     EXPECT_THAT(run.output, testing::HasSubstr("\"monotonic_time\":null,\"wall_time\":null,\"wall_time_iso\":null,"));
 }
 
-TEST(LogdumpJsonTest, DeliveredRecordsAreMarked)
+TEST(ShowJsonTest, DeliveredRecordsAreMarked)
 {
     Image image;
     image.Write(L"seen by the loggers");
@@ -85,7 +85,7 @@ std::string InfoImage()
     return image.Bytes();
 }
 
-TEST(LogdumpJsonTest, InfoShowsTheHeaderAsItWasFound)
+TEST(ShowJsonTest, InfoShowsTheHeaderAsItWasFound)
 {
     const SFinishedProcess run = DumpBytes(InfoImage(), "--info");
 
@@ -106,7 +106,7 @@ TEST(LogdumpJsonTest, InfoShowsTheHeaderAsItWasFound)
                           "capacity          2097072\n");
 }
 
-TEST(LogdumpJsonTest, InfoIsOneObjectInJson)
+TEST(ShowJsonTest, InfoIsOneObjectInJson)
 {
     const SFinishedProcess run = DumpBytes(std::string(44, '\0') + InfoImage(), "--info --json");
 

@@ -10,20 +10,20 @@
 #include <cstdio>
 
 using namespace Quarn::Logging;
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 using namespace QuarnTest;
 
 namespace {
 
 /// Reads and prints a damaged image in every way. That it comes back is what matters, and that a sanitizer is content.
-class LogdumpFuzzTest : public testing::Test
+class ImageFuzzTest : public testing::Test
 {
 protected:
-    LogdumpFuzzTest()
+    ImageFuzzTest()
         : m_pSink(std::fopen("/dev/null", "w"))
     {
     }
-    ~LogdumpFuzzTest() override { std::fclose(m_pSink); }
+    ~ImageFuzzTest() override { std::fclose(m_pSink); }
 
     std::uint32_t Below(std::uint32_t end) { return m_Random() % end; }
 
@@ -77,7 +77,7 @@ protected:
     std::FILE* m_pSink;
 };
 
-TEST_F(LogdumpFuzzTest, BitsFlippedAnywhereDoNoHarm)
+TEST_F(ImageFuzzTest, BitsFlippedAnywhereDoNoHarm)
 {
     const std::string whole = FullImage().substr(0, 65536); // truncated as well, which makes five hundred of them quick
     for (int image = 0; image < 400; ++image) {
@@ -92,7 +92,7 @@ TEST_F(LogdumpFuzzTest, BitsFlippedAnywhereDoNoHarm)
     }
 }
 
-TEST_F(LogdumpFuzzTest, RandomWordsBehindAHeaderDoNoHarm)
+TEST_F(ImageFuzzTest, RandomWordsBehindAHeaderDoNoHarm)
 {
     for (int image = 0; image < 100; ++image) {
         std::string bytes = Image().Bytes();
@@ -105,7 +105,7 @@ TEST_F(LogdumpFuzzTest, RandomWordsBehindAHeaderDoNoHarm)
     }
 }
 
-TEST_F(LogdumpFuzzTest, WholeRingsWithDamageDoNoHarm)
+TEST_F(ImageFuzzTest, WholeRingsWithDamageDoNoHarm)
 {
     const std::string whole = FullImage();
     for (int image = 0; image < 5; ++image) {
@@ -120,7 +120,7 @@ TEST_F(LogdumpFuzzTest, WholeRingsWithDamageDoNoHarm)
 
 /// Small whole records over the length of a ring, each with a length that reaches nearly to its end: read one by one
 /// they would make a terabyte.
-TEST_F(LogdumpFuzzTest, RecordsOnTopOfEachOtherAreGivenUp)
+TEST_F(ImageFuzzTest, RecordsOnTopOfEachOtherAreGivenUp)
 {
     Image image;
     constexpr std::uint32_t END = 0x1FFF00;
@@ -140,7 +140,7 @@ TEST_F(LogdumpFuzzTest, RecordsOnTopOfEachOtherAreGivenUp)
 }
 
 /// A record whose next is 0 though it is not the last, and a count that lets the reader come back again and again.
-TEST_F(LogdumpFuzzTest, ChainThatRunsInACircleEnds)
+TEST_F(ImageFuzzTest, ChainThatRunsInACircleEnds)
 {
     Image image;
     for (int i = 0; i < 2000; ++i) {

@@ -1,5 +1,5 @@
-#ifndef QUARN_LOGDUMP_IMAGE_SCANNER_H
-#define QUARN_LOGDUMP_IMAGE_SCANNER_H
+#ifndef QUARN_TOOL_IMAGE_SCANNER_H
+#define QUARN_TOOL_IMAGE_SCANNER_H
 
 #include "InputFile.h"
 
@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 /// @brief Finds the queues in an image by their headers, at every offset that is a multiple of 4.
 ///
@@ -48,6 +48,6 @@ private:
     unsigned int m_Skipped = 0;
 };
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
 
 #endif

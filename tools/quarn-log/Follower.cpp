@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace Quarn::Logging::Dump {
+namespace Quarn::Logging::Tool {
 
 namespace {
 
@@ -79,4 +79,4 @@ void Follower::PrintNew(const SLogQueueHeader& header)
     }
 }
 
-} // namespace Quarn::Logging::Dump
+} // namespace Quarn::Logging::Tool
