@@ -1,6 +1,7 @@
 #include "ImageScanner.h"
 #include "InputFile.h"
-#include "Output.h"
+#include "OutputFormats.h"
+#include "QueueInfo.h"
 #include "QueuePainter.h"
 #include "QueueReader.h"
 #include "RecordFilter.h"
@@ -15,9 +16,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -52,35 +52,6 @@ public:
 
 private:
     int m_Fd;
-};
-
-/// What is printed, in memory.
-class Sink
-{
-public:
-    Sink()
-        : m_pStream(open_memstream(&m_pText, &m_Size))
-    {
-    }
-    ~Sink()
-    {
-        std::fclose(m_pStream);
-        std::free(m_pText);
-    }
-    Sink(const Sink&) = delete;
-    Sink& operator=(const Sink&) = delete;
-
-    std::FILE* Stream() { return m_pStream; }
-    std::string Text()
-    {
-        std::fflush(m_pStream);
-        return {m_pText, m_Size};
-    }
-
-private:
-    char* m_pText = nullptr;
-    std::size_t m_Size = 0;
-    std::FILE* m_pStream;
 };
 
 /// Any bytes; or queues in between, of which the image may have a part only.
@@ -128,35 +99,33 @@ public:
     {
         Require(queue.HoldsQueue(), "what is taken for a queue has its header");
         Require(queue.All().size() >= queue.Hidden(), "what is hidden is part of all");
-        Sink json;
-        Sink lines;
-        PrintTo(json, queue, offset, size, true);
-        PrintTo(lines, queue, offset, size, false);
+        const SQueueInfo info = {queue, offset, size};
+        const std::string json = JsonOf(info) + Print(queue, offset, "json");
+        const std::string lines = TextOf(info) + Print(queue, offset, "text");
 
-        std::istringstream text(json.Text());
+        std::istringstream text(json);
         for (std::string line; std::getline(text, line);) {
             static_cast<void>(nlohmann::json::parse(line)); // throws, at UTF-8 that is none, too
         }
         if (m_Style.toTerminal) {
-            const std::string printed = json.Text() + lines.Text();
+            const std::string printed = json + lines;
             Require(std::none_of(printed.begin(), printed.end(), IsControl), "a terminal gets no control characters");
         }
     }
 
 private:
-    void PrintTo(Sink& sink, const QueueReader& queue, std::uint64_t offset, std::size_t size, bool json)
+    std::string Print(const QueueReader& queue, std::uint64_t offset, const std::string& format)
     {
-        m_Style.json = json;
-        Output output(sink.Stream(), m_Style);
-        output.WriteInfo(queue, offset, size);
+        const std::unique_ptr<RecordWriter> writer = MakeWriter(format, m_Style);
+        std::string text;
         for (const std::vector<SRecordView>* records : {&queue.Chain(), &queue.All()}) {
             for (const SRecordView& record : *records) {
                 if (m_Filter.Passes(record, queue.Header().m_StartTime)) {
-                    output.WriteRecord(record, queue.Header(), offset);
+                    text += writer->Format(record, queue.Header(), offset);
                 }
             }
         }
-        Require(output.Flush(), "everything is written");
+        return text;
     }
 
     RecordFilter m_Filter;

@@ -104,8 +104,8 @@ TEST_F(FollowCommandTest, NextRunIsFollowedFromItsBeginning)
     Write(L"of the second run");
 
     std::string line = tool.ReadLine();
-    EXPECT_EQ(line, "quarn-logdump: the queue was started anew");
-    while (line == "quarn-logdump: the queue was started anew") { // it may look between the two steps of a start
+    EXPECT_EQ(line, "quarn-log follow: the queue was started anew");
+    while (line == "quarn-log follow: the queue was started anew") { // it may look between the two steps of a start
         line = tool.ReadLine();
     }
     EXPECT_EQ(line, "axis.cpp:7: info: m=1 t=2024.05.17-13:45:10.000 tid=0x1a2b: of the second run");
@@ -159,7 +159,7 @@ TEST_F(FollowCommandTest, NoRecordIsTornWhileAWriterGoesRoundTheRing)
 
 TEST(FollowCommandStartTest, FileWithoutAQueueIsNotFollowed)
 {
-    const SFinishedProcess run = DumpBytes("nothing", "--follow");
+    const SFinishedProcess run = RunOnBytes("nothing", "follow");
 
     EXPECT_EQ(run.exitCode, 1);
 }

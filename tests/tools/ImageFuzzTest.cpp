@@ -1,5 +1,6 @@
 #include "ImageScanner.h"
-#include "Output.h"
+#include "OutputFormats.h"
+#include "QueueInfo.h"
 #include "QueueReader.h"
 
 #include "SeededRandom.h"
@@ -7,7 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <cstring>
+#include <memory>
 
 using namespace Quarn::Logging;
 using namespace Quarn::Logging::Tool;
@@ -15,16 +17,10 @@ using namespace QuarnTest;
 
 namespace {
 
-/// Reads and prints a damaged image in every way. That it comes back is what matters, and that a sanitizer is content.
+/// Reads and formats a damaged image in every way. That it comes back is what matters, and that a sanitizer is content.
 class ImageFuzzTest : public testing::Test
 {
 protected:
-    ImageFuzzTest()
-        : m_pSink(std::fopen("/dev/null", "w"))
-    {
-    }
-    ~ImageFuzzTest() override { std::fclose(m_pSink); }
-
     std::uint32_t Below(std::uint32_t end) { return m_Random() % end; }
 
     /// A ring that has gone round, so that its chain begins in the middle.
@@ -59,22 +55,18 @@ protected:
 
     void Print(const QueueReader& queue, std::uint64_t offset, std::size_t size)
     {
-        SOutputStyle style;
-        style.color = true;
-        Output lines(m_pSink, style);
-        style.json = true;
-        Output json(m_pSink, style);
-        json.WriteInfo(queue, offset, size);
+        EXPECT_FALSE(JsonOf({queue, offset, size}).empty());
         for (const SRecordView& record : queue.Chain()) {
-            lines.WriteRecord(record, queue.Header(), offset);
+            EXPECT_FALSE(m_Lines->Format(record, queue.Header(), offset).empty());
         }
         for (const SRecordView& record : queue.All()) {
-            json.WriteRecord(record, queue.Header(), offset);
+            EXPECT_FALSE(m_Json->Format(record, queue.Header(), offset).empty());
         }
     }
 
     SeededRandom m_Random;
-    std::FILE* m_pSink;
+    std::unique_ptr<RecordWriter> m_Lines = MakeTextWriter({true, false});
+    std::unique_ptr<RecordWriter> m_Json = MakeJsonWriter({});
 };
 
 TEST_F(ImageFuzzTest, BitsFlippedAnywhereDoNoHarm)

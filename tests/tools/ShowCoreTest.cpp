@@ -32,7 +32,7 @@ void ExpectLogInCore(const std::string& tool, const std::string& program, const 
     if (core.empty()) {
         GTEST_SKIP() << "this system does not put a core file into the working folder";
     }
-    const SFinishedProcess run = RunCommand(tool + " --category 42 " + Quoted(core));
+    const SFinishedProcess run = RunCommand(tool + " show --category 42 " + Quoted(core));
 
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_THAT(run.output, testing::ContainsRegex("core-dumper.cpp:7: \\?: m=42 t=[0-9.:-]* tid=0x[0-9a-f]*: " +
@@ -48,7 +48,7 @@ std::string PeerProgram(const std::string& path)
 
 TEST(ShowCoreTest, LogThatWasOnTheHeapIsFoundInACoreFile)
 {
-    ExpectLogInCore(LOGDUMP, CORE_DUMPER, std::to_string(sizeof(void*)));
+    ExpectLogInCore(QUARN_LOG, CORE_DUMPER, std::to_string(sizeof(void*)));
 }
 
 TEST(ShowCoreTest, CoreOfTheOtherWordSizeIsRead)
@@ -57,12 +57,12 @@ TEST(ShowCoreTest, CoreOfTheOtherWordSizeIsRead)
     if (program.empty()) {
         GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build of the other word size";
     }
-    ExpectLogInCore(LOGDUMP, program, sizeof(void*) == 8 ? "4" : "8");
+    ExpectLogInCore(QUARN_LOG, program, sizeof(void*) == 8 ? "4" : "8");
 }
 
 TEST(ShowCoreTest, ToolOfTheOtherWordSizeReadsTheCore)
 {
-    const std::string tool = PeerProgram("/tools/quarn-log/quarn-logdump");
+    const std::string tool = PeerProgram("/tools/quarn-log/quarn-log");
     if (tool.empty()) {
         GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build of the other word size";
     }

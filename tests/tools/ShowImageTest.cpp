@@ -21,7 +21,7 @@ TEST(ShowImageTest, QueuesAreFoundAtEveryMultipleOfFour)
     const std::string bytes =
         std::string(4, 'x') + ImageWith(L"first") + std::string(1020, 'y') + ImageWith(L"second") + "rest";
 
-    const SFinishedProcess run = DumpBytes(bytes);
+    const SFinishedProcess run = ShowBytes(bytes);
 
     EXPECT_EQ(run.output, InfoLine("first") + InfoLine("second"));
     EXPECT_THAT(run.errors, testing::EndsWith(": another queue, at offset 2098176:\n"));
@@ -33,10 +33,10 @@ TEST(ShowImageTest, QueueInTheRemainsOfAnotherIsFound)
     std::string bytes = ImageWith(L"older");
     bytes.replace(1000, 500, ImageWith(L"younger"), 0, 500);
 
-    EXPECT_EQ(DumpBytes(bytes).output, InfoLine("older") + InfoLine("younger"));
+    EXPECT_EQ(ShowBytes(bytes).output, InfoLine("older") + InfoLine("younger"));
 }
 
-TEST(ShowImageTest, QueueAtAnOddOffsetIsNone) { EXPECT_EQ(DumpBytes("xx" + ImageWith(L"moved")).exitCode, 1); }
+TEST(ShowImageTest, QueueAtAnOddOffsetIsNone) { EXPECT_EQ(ShowBytes("xx" + ImageWith(L"moved")).exitCode, 1); }
 
 TEST(ShowImageTest, WhatTruncationLeftIsPrinted)
 {
@@ -44,7 +44,7 @@ TEST(ShowImageTest, WhatTruncationLeftIsPrinted)
     image.Write(L"7 chars");
     image.Write(L"is cut off");
 
-    const SFinishedProcess run = DumpBytes(image.Bytes().substr(0, 200)); // 24 bytes into the second record
+    const SFinishedProcess run = ShowBytes(image.Bytes().substr(0, 200)); // 24 bytes into the second record
 
     EXPECT_EQ(run.output, InfoLine("7 chars"));
     EXPECT_THAT(run.errors, testing::HasSubstr(": ends after 200 of the 2097152 bytes of the queue at offset 0\n"));
@@ -55,8 +55,8 @@ TEST(ShowImageTest, SignatureAtTheVeryEndIsEnough)
 {
     const std::string bytes = ImageWith(L"gone");
 
-    EXPECT_EQ(DumpBytes(bytes.substr(0, 48)).exitCode, 0);
-    EXPECT_EQ(DumpBytes(bytes.substr(0, 47)).exitCode, 1);
+    EXPECT_EQ(ShowBytes(bytes.substr(0, 48)).exitCode, 0);
+    EXPECT_EQ(ShowBytes(bytes.substr(0, 47)).exitCode, 1);
 }
 
 TEST(ShowImageTest, StandardInputIsAnImageToo)
@@ -64,8 +64,8 @@ TEST(ShowImageTest, StandardInputIsAnImageToo)
     const TempDir dir;
     dir.Write("image", std::string(12, 'x') + ImageWith(L"piped"));
 
-    const SFinishedProcess file = RunTool("- <" + Quoted(dir.File("image")));
-    const SFinishedProcess pipe = RunCommand("cat " + Quoted(dir.File("image")) + " | TZ=UTC " LOGDUMP " -");
+    const SFinishedProcess file = RunTool("show - <" + Quoted(dir.File("image")));
+    const SFinishedProcess pipe = RunCommand("cat " + Quoted(dir.File("image")) + " | TZ=UTC " QUARN_LOG " show -");
 
     EXPECT_EQ(file.output, InfoLine("piped"));
     EXPECT_EQ(pipe.output, InfoLine("piped"));
@@ -81,7 +81,7 @@ TEST(ShowImageTest, ImageIsLeftAsItIs)
     dir.Write("image", image.Bytes());
     std::filesystem::permissions(dir.File("image"), std::filesystem::perms::owner_read);
 
-    RunTool("--all " + Quoted(dir.File("image")));
+    RunTool("show --all " + Quoted(dir.File("image")));
 
     EXPECT_TRUE(dir.Read("image") == image.Bytes());
     EXPECT_EQ(dir.Names().size(), 1U);
@@ -97,7 +97,7 @@ TEST(ShowImageTest, QueueBehindFiveGigabytesOfHolesIsFound)
         file << ImageWith(L"far away");
     }
 
-    const SFinishedProcess run = RunTool("--json " + Quoted(dir.File("image")));
+    const SFinishedProcess run = RunTool("show --json " + Quoted(dir.File("image")));
 
     EXPECT_THAT(run.output, testing::StartsWith("{\"queue\":5000000004,"));
     EXPECT_THAT(run.output, testing::HasSubstr("far away"));
@@ -116,7 +116,7 @@ std::string BrokenImage()
 
 TEST(ShowImageTest, BrokenChainEndsTheLogAsAtTheNextStart)
 {
-    const SFinishedProcess run = DumpBytes(BrokenImage());
+    const SFinishedProcess run = ShowBytes(BrokenImage());
 
     EXPECT_EQ(run.output, InfoLine("1 fine."));
     EXPECT_THAT(run.errors, testing::EndsWith(": 1 complete records are out of reach, --all shows them\n"));
@@ -124,7 +124,7 @@ TEST(ShowImageTest, BrokenChainEndsTheLogAsAtTheNextStart)
 
 TEST(ShowImageTest, AllShowsWhatABrokenChainHides)
 {
-    const SFinishedProcess run = DumpBytes(BrokenImage(), "--all");
+    const SFinishedProcess run = ShowBytes(BrokenImage(), "--all");
 
     EXPECT_EQ(run.output, InfoLine("1 fine.") + InfoLine("3 good."));
     EXPECT_EQ(run.errors, "");
@@ -144,8 +144,8 @@ TEST(ShowImageTest, OldestRecordComesFirst)
     const std::string lines = InfoLine("three 3") + InfoLine("four  4") + InfoLine("five  5") + InfoLine("seven 7") +
                               InfoLine("eight 8") + InfoLine("nine  9");
 
-    EXPECT_EQ(DumpBytes(image.Bytes()).output, lines);
-    EXPECT_EQ(DumpBytes(image.Bytes(), "--all").output, lines);
+    EXPECT_EQ(ShowBytes(image.Bytes()).output, lines);
+    EXPECT_EQ(ShowBytes(image.Bytes(), "--all").output, lines);
 }
 
 /// The lap of 7 and 8 has overwritten most of 3, and 2 is left over from a lap before, behind the wrap point.
@@ -167,7 +167,7 @@ std::string ImageWithStaleRecord()
 
 TEST(ShowImageTest, StaleRecordBehindTheWrapPointComesFirstAndHidesTheLapBefore)
 {
-    const SFinishedProcess run = DumpBytes(ImageWithStaleRecord());
+    const SFinishedProcess run = ShowBytes(ImageWithStaleRecord());
 
     EXPECT_EQ(run.output, InfoLine("two   2") + InfoLine("seven 7") + InfoLine("eight 8"));
     EXPECT_THAT(run.errors, testing::EndsWith(": 3 complete records are out of reach, --all shows them\n"));
@@ -175,7 +175,7 @@ TEST(ShowImageTest, StaleRecordBehindTheWrapPointComesFirstAndHidesTheLapBefore)
 
 TEST(ShowImageTest, AllShowsInOrderOfSequenceWhatAStaleRecordHides)
 {
-    const SFinishedProcess run = DumpBytes(ImageWithStaleRecord(), "--all");
+    const SFinishedProcess run = ShowBytes(ImageWithStaleRecord(), "--all");
 
     EXPECT_EQ(run.output, InfoLine("two   2") + InfoLine("four  4") + InfoLine("five  5") + InfoLine("six   6") +
                               InfoLine("seven 7") + InfoLine("eight 8"));
@@ -191,8 +191,8 @@ TEST(ShowImageTest, SequenceNumbersMayGoRound)
     }
     const std::string lines = InfoLine("FFFFFFFE") + InfoLine("FFFFFFFF") + InfoLine("00000000") + InfoLine("00000001");
 
-    EXPECT_EQ(DumpBytes(image.Bytes()).output, lines);
-    EXPECT_EQ(DumpBytes(image.Bytes(), "--all").output, lines);
+    EXPECT_EQ(ShowBytes(image.Bytes()).output, lines);
+    EXPECT_EQ(ShowBytes(image.Bytes(), "--all").output, lines);
 }
 
 TEST(ShowImageTest, RecordWithoutItsMarkersIsNotShown)
@@ -202,8 +202,8 @@ TEST(ShowImageTest, RecordWithoutItsMarkersIsNotShown)
     image.Write(L"unfinished");
     image.m_Block.SetRecord(96, 8, 0);
 
-    EXPECT_EQ(DumpBytes(image.Bytes()).output, InfoLine("whole.."));
-    EXPECT_EQ(DumpBytes(image.Bytes(), "--all").output, InfoLine("whole.."));
+    EXPECT_EQ(ShowBytes(image.Bytes()).output, InfoLine("whole.."));
+    EXPECT_EQ(ShowBytes(image.Bytes(), "--all").output, InfoLine("whole.."));
 }
 
 TEST(ShowImageTest, ImageOfAnotherWordSizeIsReadByteForByte)
@@ -217,7 +217,7 @@ TEST(ShowImageTest, ImageOfAnotherWordSizeIsReadByteForByte)
                          "\x08\0\0\0\2\0\0\0\x4C\0\0\0\x4C\0\0\0"
                          "h\0\0\0i\0\0\0\0\0\0\0axis.cpp";
 
-    const SFinishedProcess run = DumpBytes(std::string(bytes, sizeof bytes));
+    const SFinishedProcess run = ShowBytes(std::string(bytes, sizeof bytes));
 
     EXPECT_EQ(run.output, InfoLine("hi"));
 }
@@ -230,7 +230,7 @@ TEST(ShowImageTest, ImageMadeOfHeadersIsReadToItsEnd)
         bytes += signature;
     }
 
-    const SFinishedProcess run = DumpBytes(bytes);
+    const SFinishedProcess run = ShowBytes(bytes);
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_THAT(run.errors, testing::EndsWith(": 982 headers left out, too many lie on top of each other\n"));

@@ -13,7 +13,7 @@ TEST(ShowJsonTest, ObjectHasEveryFieldOfTheRecord)
     image.Write(1000, 1, 1.0, L"7 chars");
     image.Write(3000, -5, 2.5, L"\"quoted\"\n");
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "--json --level info");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "--json --level info");
 
     EXPECT_EQ(run.output, "{\"queue\":0,\"sequence\":1,\"level\":3000,\"level_name\":\"warning\",\"category\":-5,"
                           "\"monotonic_time\":2.5,\"wall_time\":1715953502.5,"
@@ -29,7 +29,7 @@ TEST(ShowJsonTest, TextIsUtf8InEveryLocale)
     image.m_pQueue->WriteMessage(2000, 1, 9.0, 0x1A2B, "\xC3\xA4xis", 7, L"\u20AC");
 
     for (const char* locale : {"LC_ALL=C", "LC_ALL=C.UTF-8"}) {
-        EXPECT_THAT(DumpBytes(image.Bytes(), "--json", locale).output,
+        EXPECT_THAT(ShowBytes(image.Bytes(), "--json", locale).output,
                     testing::HasSubstr("\"file\":\"\xC3\xA4xis\",\"line\":7,\"text\":\"\xE2\x82\xAC\""));
     }
 }
@@ -40,7 +40,7 @@ TEST(ShowJsonTest, BytesThatAreNoTextAreReplaced)
     const wchar_t text[] = {static_cast<wchar_t>(0xFFFFFFFF), L'\0'};
     image.m_pQueue->WriteMessage(2000, 1, 9.0, 0x1A2B, "\xC0\x80", 7, text);
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "--json");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "--json");
 
     EXPECT_THAT(run.output,
                 testing::HasSubstr("\"file\":\"\xEF\xBF\xBD\xEF\xBF\xBD\",\"line\":7,\"text\":\"\xEF\xBF\xBD\""));
@@ -53,7 +53,7 @@ TEST(ShowJsonTest, TimeThatIsNoNumberIsNull)
     image.m_Block.SetRecord(0, 20, 0); // a quiet NaN
     image.m_Block.SetRecord(0, 24, 0x7FF80000);
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "--json");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "--json");
 
     EXPECT_THAT(run.output, testing::HasSubstr("\"monotonic_time\":null,\"wall_time\":null,\"wall_time_iso\":null,"));
 }
@@ -66,55 +66,19 @@ TEST(ShowJsonTest, DeliveredRecordsAreMarked)
     image.m_Block.Set(QueueBlock::Count, 1);
     image.m_Block.Set(QueueBlock::ReadPos, 144);
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "--json");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "--json");
 
     EXPECT_THAT(run.output, testing::ContainsRegex("seen by the loggers.*\"delivered\":true\\}\n.*"
                                                    "not seen.*\"delivered\":false\\}\n"));
 }
 
-/// Three whole records, the newest of them undelivered; the header as it was found, not as adopting it made it.
-std::string InfoImage()
+TEST(ShowJsonTest, FormatMayBeNamed)
 {
     Image image;
-    image.Write(L"7 chars");
-    image.Write(L"7 chars");
-    image.Write(L"7 chars");
-    image.m_Block.Set(QueueBlock::Count, 1);
-    image.m_Block.Set(QueueBlock::ReadPos, 192);
-    image.m_Block.Set(QueueBlock::Dropped, 4);
-    return image.Bytes();
-}
+    image.Write(L"a text");
 
-TEST(ShowJsonTest, InfoShowsTheHeaderAsItWasFound)
-{
-    const SFinishedProcess run = DumpBytes(InfoImage(), "--info");
-
-    EXPECT_EQ(run.output, "queue             0\n"
-                          "bytes in image    2097152\n"
-                          "start time        1715953500.0\n"
-                          "start time iso    2024-05-17T13:45:00.000000Z\n"
-                          "whole records     3\n"
-                          "undelivered       1\n"
-                          "delivered         2\n"
-                          "readable records  3\n"
-                          "hidden records    0\n"
-                          "dropped           4\n"
-                          "next sequence     3\n"
-                          "write position    288\n"
-                          "read position     192\n"
-                          "end position      2097072\n"
-                          "capacity          2097072\n");
-}
-
-TEST(ShowJsonTest, InfoIsOneObjectInJson)
-{
-    const SFinishedProcess run = DumpBytes(std::string(44, '\0') + InfoImage(), "--info --json");
-
-    EXPECT_EQ(run.output, "{\"queue\":44,\"bytes_in_image\":2097152,\"start_time\":1715953500.0,"
-                          "\"start_time_iso\":\"2024-05-17T13:45:00.000000Z\",\"whole_records\":3,\"undelivered\":1,"
-                          "\"delivered\":2,\"readable_records\":3,\"hidden_records\":0,\"dropped\":4,"
-                          "\"next_sequence\":3,\"write_position\":288,\"read_position\":192,"
-                          "\"end_position\":2097072,\"capacity\":2097072}\n");
+    EXPECT_EQ(ShowBytes(image.Bytes(), "--output json").output, ShowBytes(image.Bytes(), "--json").output);
+    EXPECT_EQ(ShowBytes(image.Bytes(), "--output text").output, InfoLine("a text"));
 }
 
 } // namespace

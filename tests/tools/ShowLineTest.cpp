@@ -27,7 +27,7 @@ constexpr const char* NAMELESS_LINE = "axis.cpp:7: ?: m=1 t=2024.05.17-13:45:05.
 
 TEST(ShowLineTest, PrintsTheBuiltInLoggersLines)
 {
-    const SFinishedProcess run = DumpBytes(LevelsImage());
+    const SFinishedProcess run = ShowBytes(LevelsImage());
 
     EXPECT_EQ(run.output, std::string(DEBUG_LINE) + INFO_LINE + WARNING_LINE + ERROR_LINE + NAMELESS_LINE);
     EXPECT_EQ(run.errors, "");
@@ -39,7 +39,7 @@ TEST(ShowLineTest, TimesAreShownInTheUsersZone)
     Image image;
     image.Write(L"a text");
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "", "TZ=EST5");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "", "TZ=EST5");
 
     EXPECT_EQ(run.output, "axis.cpp:7: info: m=1 t=2024.05.17-08:45:09.000 tid=0x1a2b: a text\n");
 }
@@ -49,21 +49,21 @@ TEST(ShowLineTest, ColorIsPutAroundTheLineOnRequest)
     Image image;
     image.Write(4000, 1, 9.0, L"red");
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "--color=always");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "--color=always");
 
     EXPECT_EQ(run.output, "\x1b[31maxis.cpp:7: error: m=1 t=2024.05.17-13:45:09.000 tid=0x1a2b: red\x1b[0m\n");
 }
 
 TEST(ShowLineTest, ColorIsLeftOutWhereNoTerminalIs)
 {
-    EXPECT_THAT(DumpBytes(LevelsImage(), "--color=auto").output, testing::Not(testing::HasSubstr("\x1b")));
+    EXPECT_THAT(ShowBytes(LevelsImage(), "--color=auto").output, testing::Not(testing::HasSubstr("\x1b")));
 }
 
 TEST(ShowLineTest, ColorIsShownOnATerminalUnlessForbidden)
 {
     const TempDir dir;
     dir.Write("image", LevelsImage());
-    const std::string command = LOGDUMP " " + Quoted(dir.File("image"));
+    const std::string command = QUARN_LOG " show " + Quoted(dir.File("image"));
 
     const SFinishedProcess automatic = RunCommand("script -qec " + Quoted(command) + " /dev/null");
     const SFinishedProcess never = RunCommand("script -qec " + Quoted(command + " --color=never") + " /dev/null");
@@ -80,33 +80,33 @@ TEST(ShowLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
     const TempDir dir;
     dir.Write("image", image.Bytes());
 
-    const SFinishedProcess run =
-        RunCommand("script -qec " + Quoted(LOGDUMP " --color=never " + Quoted(dir.File("image"))) + " /dev/null");
+    const SFinishedProcess run = RunCommand(
+        "script -qec " + Quoted(QUARN_LOG " show --color=never " + Quoted(dir.File("image"))) + " /dev/null");
 
     EXPECT_THAT(run.output, testing::HasSubstr("to the\tright \xEF\xBF\xBD]0;title\xEF\xBF\xBD\r\n"));
 }
 
 TEST(ShowLineTest, LevelNumberIsAThreshold)
 {
-    EXPECT_EQ(DumpBytes(LevelsImage(), "--level 4000").output, std::string(ERROR_LINE) + NAMELESS_LINE);
+    EXPECT_EQ(ShowBytes(LevelsImage(), "--level 4000").output, std::string(ERROR_LINE) + NAMELESS_LINE);
 }
 
 TEST(ShowLineTest, LevelMayBeNamed)
 {
-    EXPECT_EQ(DumpBytes(LevelsImage(), "--level warning").output,
+    EXPECT_EQ(ShowBytes(LevelsImage(), "--level warning").output,
               std::string(WARNING_LINE) + ERROR_LINE + NAMELESS_LINE);
 }
 
 TEST(ShowLineTest, CategoriesAddUp)
 {
-    EXPECT_EQ(DumpBytes(LevelsImage(), "--category 2 --category -5").output,
+    EXPECT_EQ(ShowBytes(LevelsImage(), "--category 2 --category -5").output,
               std::string(INFO_LINE) + WARNING_LINE + ERROR_LINE);
 }
 
 TEST(ShowLineTest, TimesOfTheLinesThemselvesAreWithinTheRange)
 {
     const SFinishedProcess run =
-        DumpBytes(LevelsImage(), "--since 2024.05.17-13:45:02.250 --until '2024-05-17 13:45:03.250'");
+        ShowBytes(LevelsImage(), "--since 2024.05.17-13:45:02.250 --until '2024-05-17 13:45:03.250'");
 
     EXPECT_EQ(run.output, std::string(INFO_LINE) + WARNING_LINE);
 }
@@ -114,7 +114,7 @@ TEST(ShowLineTest, TimesOfTheLinesThemselvesAreWithinTheRange)
 TEST(ShowLineTest, TimesMayBeSecondsSinceTheEpochOrHaveAZone)
 {
     const SFinishedProcess run =
-        DumpBytes(LevelsImage(), "--since 1715953503.5 --until 2024-05-17T15:45:04.999+02:00", "TZ=EST5");
+        ShowBytes(LevelsImage(), "--since 1715953503.5 --until 2024-05-17T15:45:04.999+02:00", "TZ=EST5");
 
     EXPECT_EQ(run.output, "axis.cpp:7: error: m=2 t=2024.05.17-08:45:04.250 tid=0x1a2b: an error\n");
 }
@@ -126,8 +126,8 @@ TEST(ShowLineTest, TextIsUtf8InEveryLocale)
     const std::string line = "\xC3\xA4xis.cpp:7: info: m=1 t=2024.05.17-13:45:09.000 tid=0x1a2b: "
                              "\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80\n";
 
-    EXPECT_EQ(DumpBytes(image.Bytes(), "", "LC_ALL=C").output, line);
-    EXPECT_EQ(DumpBytes(image.Bytes(), "", "LC_ALL=C.UTF-8").output, line);
+    EXPECT_EQ(ShowBytes(image.Bytes(), "", "LC_ALL=C").output, line);
+    EXPECT_EQ(ShowBytes(image.Bytes(), "", "LC_ALL=C.UTF-8").output, line);
 }
 
 TEST(ShowLineTest, BytesThatAreNoTextAreReplaced)
@@ -136,7 +136,7 @@ TEST(ShowLineTest, BytesThatAreNoTextAreReplaced)
     const wchar_t text[] = {static_cast<wchar_t>(0xD800), L'-', static_cast<wchar_t>(0x110000), L'\0'};
     image.m_pQueue->WriteMessage(2000, 1, 9.0, 0x1A2B, "a\xFFxis.cpp", 7, text);
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "", "LC_ALL=C");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "", "LC_ALL=C");
 
     EXPECT_EQ(run.output, "a\xEF\xBF\xBDxis.cpp:7: info: m=1 t=2024.05.17-13:45:09.000 tid=0x1a2b: "
                           "\xEF\xBF\xBD-\xEF\xBF\xBD\n");
@@ -148,7 +148,7 @@ TEST(ShowLineTest, LineThatIsCutStillEnds)
     image.Write(std::wstring(3000, L'x').c_str());
     image.Write(L"next");
 
-    const SFinishedProcess run = DumpBytes(image.Bytes(), "--color=always");
+    const SFinishedProcess run = ShowBytes(image.Bytes(), "--color=always");
 
     // 1999 characters, of which 5 of the colour and 60 are in front of the text.
     EXPECT_THAT(run.output, testing::HasSubstr(": " + std::string(1934, 'x') + "\x1b[0m\n"));
@@ -161,7 +161,7 @@ TEST(ShowLineTest, DroppedMessagesAreToldOnStandardError)
     image.Write(L"a text");
     image.m_Block.Set(QueueBlock::Dropped, 3);
 
-    const SFinishedProcess run = DumpBytes(image.Bytes());
+    const SFinishedProcess run = ShowBytes(image.Bytes());
 
     EXPECT_EQ(run.output, InfoLine("a text"));
     EXPECT_THAT(run.errors, testing::EndsWith(": 3 messages were dropped, the queue was full\n"));
