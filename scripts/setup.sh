@@ -14,7 +14,7 @@ BUILD_PACKAGES=(
     ninja-build        # runs the build
     g++                # the compiler
     libace-dev         # ACE: strings, containers and mutexes of the library
-    libcli11-dev       # command line of quarn-logdump
+    libcli11-dev       # command line of quarn-log
     nlohmann-json3-dev # its JSON
     libdw-dev          # addresses to source lines, in the allocation feeder example
     python3            # tools/allocation-table

@@ -83,12 +83,12 @@ TEST_F(HostileTextTest, MessageOfAPreviousRunPassesUnchanged)
     EXPECT_THAT(output, HasSubstr(": " + HOSTILE + "\x1b[0m\nEnd of dumped"));
 }
 
-#ifdef LOGDUMP
+#ifdef QUARN_LOG
 TEST_F(HostileTextTest, MessagePassesUnchangedThroughTheReaderOfTheMemory)
 {
     MemoryUser("autolog=off 'error=" + HOSTILE + "' kill=");
 
-    const SFinishedProcess run = RunCommand(LOGDUMP " " + Quoted(m_Dir.File("memory")));
+    const SFinishedProcess run = RunCommand(QUARN_LOG " show " + Quoted(m_Dir.File("memory")));
 
     EXPECT_THAT(run.output, EndsWith(": " + HOSTILE + "\n"));
 }

@@ -11,11 +11,16 @@
 
 namespace QuarnTest {
 
-/// The tool at work with --follow on a file, its standard output and error in one pipe.
+/// The tool at work, following a file, its standard output and error in one pipe.
 class FollowedTool
 {
 public:
     FollowedTool(const std::string& file, const char* interval)
+        : FollowedTool(QUARN_LOG, "follow", file, interval)
+    {
+    }
+    /// @param[in] how  the first argument
+    FollowedTool(const char* program, const char* how, const std::string& file, const char* interval)
     {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0) {
@@ -26,7 +31,7 @@ public:
             dup2(ends[1], STDOUT_FILENO);
             dup2(ends[1], STDERR_FILENO);
             setenv("TZ", "UTC", 1);
-            execl(LOGDUMP, LOGDUMP, "--follow", "--interval", interval, file.c_str(), nullptr);
+            execl(program, program, how, "--interval", interval, file.c_str(), nullptr);
             _exit(127);
         }
         close(ends[1]);

@@ -1,4 +1,5 @@
 #include "Follower.h"
+#include "OutputFormats.h"
 
 #include "ToolTest.h"
 
@@ -12,7 +13,7 @@
 #include <functional>
 
 using namespace Quarn::Logging;
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 using namespace QuarnTest;
 
 namespace {
@@ -49,20 +50,13 @@ class FollowerTest : public testing::Test
 protected:
     FollowerTest()
         : m_pStream(std::tmpfile())
-        , m_Output(m_pStream, JsonStyle())
+        , m_Output(m_pStream, "program", MakeJsonWriter({}))
     {
     }
     ~FollowerTest() override
     {
         std::fclose(m_pStream);
         g_AfterRead = nullptr;
-    }
-
-    static SOutputStyle JsonStyle()
-    {
-        SOutputStyle style;
-        style.json = true;
-        return style;
     }
 
     /// In place, so that an open file sees it.
@@ -145,7 +139,7 @@ TEST_F(FollowerTest, RecordWhoseMarkersAreGoneIsCountedAsOverwritten)
     follower.Poll();
 
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "quarn-logdump: 1 records were overwritten before they could be read\n");
+              "program: 1 records were overwritten before they could be read\n");
     EXPECT_THAT(Printed(), testing::AllOf(testing::HasSubstr("intact"), testing::Not(testing::HasSubstr("run into"))));
 }
 

@@ -13,7 +13,7 @@
 #include <cerrno>
 #include <vector>
 
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 using namespace QuarnTest;
 
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <time.h>
 
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 
 namespace {
 

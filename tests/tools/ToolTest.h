@@ -42,16 +42,22 @@ public:
 /// Runs the tool with a command line, in UTC unless the environment says otherwise.
 inline SFinishedProcess RunTool(const std::string& arguments, const std::string& environment = "")
 {
-    return RunCommand("env TZ=UTC " + environment + " " LOGDUMP " " + arguments);
+    return RunCommand("env TZ=UTC " + environment + " " QUARN_LOG " " + arguments);
 }
 
-/// Runs the tool on a file with some content, named behind the other arguments.
-inline SFinishedProcess DumpBytes(const std::string& bytes, const std::string& arguments = "",
-                                  const std::string& environment = "")
+/// Runs a subcommand, with its options, on a file with some content.
+inline SFinishedProcess RunOnBytes(const std::string& bytes, const std::string& subcommand,
+                                   const std::string& environment = "")
 {
     const TempDir dir;
     dir.Write("image", bytes);
-    return RunTool(arguments + " " + Quoted(dir.File("image")), environment);
+    return RunTool(subcommand + " " + Quoted(dir.File("image")), environment);
+}
+
+inline SFinishedProcess ShowBytes(const std::string& bytes, const std::string& options = "",
+                                  const std::string& environment = "")
+{
+    return RunOnBytes(bytes, "show " + options, environment);
 }
 
 /// The line of a record with the standard fields at 9 s.

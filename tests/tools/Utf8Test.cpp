@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace Quarn::Logging::Dump;
+using namespace Quarn::Logging::Tool;
 
 namespace {
 

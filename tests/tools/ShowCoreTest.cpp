@@ -1,0 +1,72 @@
+#include "Subprocess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+using namespace QuarnTest;
+
+namespace {
+
+/// Dies of a program's crash in a folder; the name of the core file there, or nothing.
+std::string CoreOf(const std::string& program, const TempDir& dir)
+{
+    const SFinishedProcess run = RunCommand(Inside(dir) + "ASAN_OPTIONS=disable_coredump=0 " +
+                                            "TSAN_OPTIONS=disable_coredump=0 exec " + program);
+    EXPECT_NE(run.exitCode, 0);
+    for (const std::string& name : dir.Names()) {
+        if (name.rfind("core", 0) == 0) {
+            return dir.File(name);
+        }
+    }
+    return {};
+}
+
+/// What a tool finds in the core of a program: texts and levels, in order.
+void ExpectLogInCore(const std::string& tool, const std::string& program, const std::string& pointerSize)
+{
+    const TempDir dir;
+    const std::string core = CoreOf(program, dir);
+    if (core.empty()) {
+        GTEST_SKIP() << "this system does not put a core file into the working folder";
+    }
+    const SFinishedProcess run = RunCommand(tool + " show --category 42 " + Quoted(core));
+
+    EXPECT_EQ(run.exitCode, 0) << run.errors;
+    EXPECT_THAT(run.output, testing::ContainsRegex("core-dumper.cpp:7: \\?: m=42 t=[0-9.:-]* tid=0x[0-9a-f]*: " +
+                                                   pointerSize + " bytes a pointer\n"));
+    EXPECT_THAT(run.output, testing::EndsWith(": the last words\n"));
+}
+
+std::string PeerProgram(const std::string& path)
+{
+    const char* const folder = std::getenv("QUARN_PEER_BUILD");
+    return folder == nullptr ? std::string() : std::string(folder) + path;
+}
+
+TEST(ShowCoreTest, LogThatWasOnTheHeapIsFoundInACoreFile)
+{
+    ExpectLogInCore(QUARN_LOG, CORE_DUMPER, std::to_string(sizeof(void*)));
+}
+
+TEST(ShowCoreTest, CoreOfTheOtherWordSizeIsRead)
+{
+    const std::string program = PeerProgram("/tests/tools/core-dumper");
+    if (program.empty()) {
+        GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build of the other word size";
+    }
+    ExpectLogInCore(QUARN_LOG, program, sizeof(void*) == 8 ? "4" : "8");
+}
+
+TEST(ShowCoreTest, ToolOfTheOtherWordSizeReadsTheCore)
+{
+    const std::string tool = PeerProgram("/tools/quarn-log/quarn-log");
+    if (tool.empty()) {
+        GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build of the other word size";
+    }
+    ExpectLogInCore(tool, CORE_DUMPER, std::to_string(sizeof(void*)));
+}
+
+} // namespace

@@ -1,0 +1,45 @@
+#ifndef QUARN_TOOL_IMAGE_RUN_H
+#define QUARN_TOOL_IMAGE_RUN_H
+
+#include "InputFile.h"
+#include "Output.h"
+#include "QueueReader.h"
+#include "ReadOptions.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace Quarn::Logging::Tool {
+
+/// @brief One run of a subcommand over one image: what it reads, where it prints, what it says and how it ends.
+class ImageRun
+{
+public:
+    /// A queue that was found, its offset in the image and the bytes of its block that the image has.
+    using Visitor = std::function<void(const QueueReader& queue, std::uint64_t offset, std::size_t size)>;
+
+    /// The options must live as long as the run.
+    ImageRun(const std::string& program, const SReadOptions& options);
+
+    /// Visits each queue in the order of the image, with what there is to say of it, and ends the run.
+    int ForEachQueue(const Visitor& visitor);
+
+    /// The exit code, and what there is to say with it.
+    int End(bool found);
+
+    /// Says something about the image on standard error.
+    void Notice(const std::string& text);
+
+    InputFile& Input() { return m_Input; }
+    Output& Printed() { return m_Output; }
+
+private:
+    const SReadOptions& m_Options;
+    Output m_Output;
+    InputFile m_Input;
+};
+
+} // namespace Quarn::Logging::Tool
+
+#endif
