@@ -2,7 +2,9 @@
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME quarn-logging)
-set(CPACK_PACKAGE_CONTACT "The libQuarnLogging developers <quarn-logging@localhost>")
+set(QUARN_PACKAGE_CONTACT "The libQuarnLogging developers <quarn-logging@packages.invalid>" CACHE STRING
+  "Maintainer of the packages: whoever hands them on")
+set(CPACK_PACKAGE_CONTACT "${QUARN_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_VENDOR "The libQuarnLogging developers")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_COMPONENTS_ALL runtime development tools)
@@ -35,6 +37,8 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libquarnlogging (= ${PROJECT_VERSION}), libace-dev")
+# losetup, with which quarn-reserved-memory works.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS mount)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS lnav)
 if(QUARN_ACE_LIBRARY_DIR)
   set(QUARN_SHLIBDEPS_FOLDER "'-l${QUARN_ACE_LIBRARY_DIR}'")
