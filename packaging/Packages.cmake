@@ -7,9 +7,6 @@ set(QUARN_PACKAGE_CONTACT "The libQuarnLogging developers <quarn-logging@package
 set(CPACK_PACKAGE_CONTACT "${QUARN_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_VENDOR "The libQuarnLogging developers")
 set(CPACK_COMPONENTS_ALL runtime development tools)
-# Whatever the umask is.
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 # With DESTDIR, so that what is installed can name its final place.
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX /usr)
@@ -69,7 +66,7 @@ set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_BINARY_DIR}/packaging/CPackProject.cmak
 # The libraries' cache is to know the library as soon as it is unpacked.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_LIST_DIR}/debian/triggers")
 
-# Manual pages compressed, programs stripped.
+# Manual pages compressed, programs stripped, folders open to all.
 configure_file("${CMAKE_CURRENT_LIST_DIR}/finish-packages.cmake.in" packaging/finish-packages.cmake @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_BINARY_DIR}/packaging/finish-packages.cmake")
 
