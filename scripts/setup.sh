@@ -20,6 +20,13 @@ BUILD_PACKAGES=(
     python3            # tools/allocation-table
 )
 
+# To make the packages of what was built.
+# shellcheck disable=SC2034
+PACKAGE_PACKAGES=(
+    dpkg-dev # dpkg-shlibdeps: which packages ours depend on
+    file     # tells it which files are programs
+)
+
 # To build and run the tests, and to check the code.
 # shellcheck disable=SC2034
 TEST_PACKAGES=(
@@ -33,8 +40,8 @@ TEST_PACKAGES=(
     cppcheck           # more of them
     locales            # sources of the locales that tests compile
     binutils           # objdump, for the instructions of log calls
-    dpkg-dev           # dpkg-shlibdeps, for the packages
-    file               # tells it which files are programs
+    "${PACKAGE_PACKAGES[@]}"
+    lintian            # checks the packages; without it that test is skipped
     pkg-config         # builds a program against what is installed
     groff-base         # checks the manual pages
     doxygen            # the API pages
@@ -59,12 +66,16 @@ BENCH_I386_PACKAGES=(
     libbenchmark-dev:i386 # the benchmarks of throughput, 32 bits; of the peers only spdlog can be had
 )
 
-# The same for 32-bit x86. ACE comes from scripts/i386-sysroot.
+# To build for 32-bit x86. ACE comes from scripts/i386-sysroot.
 I386_PACKAGES=(
-    g++-multilib      # g++ -m32 and its libraries
+    g++-multilib    # g++ -m32 and its libraries
+    libstdc++6:i386 # the run-time library of a 32-bit system, which our packages for it depend on
+)
+# To build and run the tests for it.
+# shellcheck disable=SC2034
+I386_TEST_PACKAGES=(
     libgtest-dev:i386 # GoogleTest, 32 bits
     libgmock-dev:i386 # its matchers, 32 bits
-    libstdc++6:i386   # the run-time library of a 32-bit system, which our packages for it depend on
 )
 
 # say TEXT...: a step, in bold on a terminal.
@@ -132,7 +143,7 @@ install_packages() {
         fail "could not install: ${missing[*]}"
 }
 
-# add_i386: all that the i386 presets need beside BUILD_PACKAGES and TEST_PACKAGES.
+# add_i386: all that is needed to build for i386, beside BUILD_PACKAGES.
 add_i386() {
     if ! dpkg --print-foreign-architectures | grep -qx i386; then
         say "Adding the architecture i386"
