@@ -86,13 +86,14 @@ TEST_F(ReservedMemoryTest, LogWorksInOrdinaryMemoryAfterAFailedMapping)
     EXPECT_THAT(run.output, EndsWith(": hello\n"));
 }
 
+// The stand-in for the device has its word, the library none.
 TEST_F(ReservedMemoryTest, MissingDeviceIsPassedOverInSilence)
 {
-    const SFinishedProcess run = RunCommand("QUARN_MEMORY_FILE=/nowhere/memory " MEMORY_USER " say=main");
+    const SFinishedProcess run = RunCommand("LC_ALL=C QUARN_MEMORY_FILE=/nowhere/memory " MEMORY_USER " say=main");
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output, "main\n");
-    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.errors, "file-backed-memory: /nowhere/memory: No such file or directory\n");
 }
 
 TEST_F(ReservedMemoryTest, DumpShowsTheTimesOfItsOwnRun)
