@@ -93,6 +93,34 @@ fail() {
     exit 1
 }
 
+# print_help: the comment at the top of the script.
+print_help() {
+    sed -n '2,/^[^#]/s/^#\( \|$\)//p' "scripts/${0##*/}"
+}
+
+# wrong_usage TEXT...: what is wrong with the arguments, and the end of the script with exit code 2.
+wrong_usage() {
+    printf '%s: %s; see scripts/%s --help\n' "${0##*/}" "$*" "${0##*/}" >&2
+    exit 2
+}
+
+# take_no_arguments ARGUMENT...: for a script that has none but --help.
+take_no_arguments() {
+    if [[ ${1:-} == -h || ${1:-} == --help ]]; then
+        print_help
+        exit
+    fi
+    [[ $# == 0 ]] || wrong_usage "unknown argument $1"
+}
+
+# need_preset NAME: a preset with which tests can be run.
+need_preset() {
+    local known
+    [[ $1 != -* ]] || wrong_usage "unknown option $1"
+    known=$(sed -n 's/.*"name": "\([^"]*\)", "inherits": "base", "configurePreset".*/\1/p' CMakePresets.json)
+    grep -qxF -e "$1" <<<"$known" || wrong_usage "there is no preset $1, but ${known//$'\n'/, }"
+}
+
 # Whatever else goes wrong is named, too.
 trap 'fail "stopped at line $LINENO: $BASH_COMMAND"' ERR
 

@@ -1,6 +1,5 @@
 #include "Settings.h"
 
-#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -38,7 +37,13 @@ bool ReadScenario(const std::string& name, SSettings& settings)
     return true;
 }
 
-bool ReadOption(const std::string& name, const std::string& value, SSettings& settings)
+bool TakesValue(const std::string& name)
+{
+    return name == "--options" || name == "--later" || name == "--scenario" || name == "--milliseconds" ||
+           name == "--burst";
+}
+
+bool ReadValue(const std::string& name, const std::string& value, SSettings& settings)
 {
     if (name == "--options") {
         settings.options = Widen(value);
@@ -54,10 +59,7 @@ bool ReadOption(const std::string& name, const std::string& value, SSettings& se
     if (name == "--milliseconds") {
         return ReadNumber(value, settings.milliseconds);
     }
-    if (name == "--burst") {
-        return ReadNumber(value, settings.burst);
-    }
-    return false;
+    return ReadNumber(value, settings.burst);
 }
 
 } // namespace
@@ -70,16 +72,23 @@ bool ReadCommandLine(int count, char** arguments, SSettings& settings)
             settings.paced = false;
         } else if (name == "--real-time") {
             settings.realTime = true;
-        } else if (i + 1 == count || !ReadOption(name, arguments[++i], settings)) {
+        } else if (!TakesValue(name)) {
+            std::fprintf(stderr, "control-loop: unknown option %s\n", name.c_str());
+            return false;
+        } else if (++i == count) {
+            std::fprintf(stderr, "control-loop: %s needs a value\n", name.c_str());
+            return false;
+        } else if (!ReadValue(name, arguments[i], settings)) {
+            std::fprintf(stderr, "control-loop: %s cannot be %s\n", name.c_str(), arguments[i]);
             return false;
         }
     }
     return true;
 }
 
-void PrintUsage()
+void PrintUsage(std::FILE* stream)
 {
-    std::puts(
+    std::fputs(
         "usage: control-loop [--scenario calm|fault|overload] [--options STRING] [--later STRING]\n"
         "                    [--milliseconds N] [--burst N] [--unpaced] [--real-time]\n"
         "\n"
@@ -87,10 +96,12 @@ void PrintUsage()
         "  --scenario       calm: to and fro; fault: a bearing runs dry; overload: more messages than the queue holds\n"
         "  --options        options string of the log at the start, \"linfo\" if not given\n"
         "  --later          options string that is applied at half time\n"
-        "  --milliseconds   length of the run, 2000 if not given\n"
-        "  --burst          messages of the overload, 2000 if not given\n"
+        "  --milliseconds   length of the run, 2000 if not given, 100000000 at most\n"
+        "  --burst          messages of the overload, 2000 if not given, 100000000 at most\n"
         "  --unpaced        without waiting between the cycles\n"
         "  --real-time      with real-time priorities and locked memory\n"
         "\n"
-        "Categories: 1 machine, 2 control, 3 thermal, 4 bus.");
+        "Categories: 1 machine, 2 control, 3 thermal, 4 bus.\n"
+        "Exit codes: 0 done, 2 wrong usage.\n",
+        stream);
 }

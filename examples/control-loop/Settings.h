@@ -1,6 +1,7 @@
 #ifndef CONTROL_LOOP_SETTINGS_H
 #define CONTROL_LOOP_SETTINGS_H
 
+#include <cstdio>
 #include <string>
 
 /// What happens to the machine during the run.
@@ -22,9 +23,10 @@ struct SSettings
     bool realTime = false;            ///< Real-time priorities; needs the privilege.
 };
 
-/// False if the command line cannot be understood. What it does not name stays as it is.
+/// False, after a word on standard error, if the command line cannot be understood. What it does not name stays as it
+/// is.
 bool ReadCommandLine(int count, char** arguments, SSettings& settings);
 
-void PrintUsage();
+void PrintUsage(std::FILE* stream);
 
 #endif

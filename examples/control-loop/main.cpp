@@ -56,12 +56,16 @@ void RunMachine(SMachine& machine)
 
 int main(int count, char** arguments)
 {
+    if (count == 2 && std::string(arguments[1]) == "--help") {
+        PrintUsage(stdout);
+        return 0;
+    }
     SSettings settings;
     if (!ReadCommandLine(count, arguments, settings)) {
-        PrintUsage();
+        PrintUsage(stderr);
         return 2;
     }
-    std::setlocale(LC_ALL, ""); // the encoding in which lines are written
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // the encoding in which lines are written; numbers keep their point
 
     SentCounter sentCounter;
     DropCounter dropCounter;

@@ -9,7 +9,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -26,12 +28,17 @@ int SystemOpen(const char* path, int flags, mode_t mode)
 int OpenMemory(const char* file)
 {
     const int fd = SystemOpen(file, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) { // the log library goes on without a word
+        dprintf(STDERR_FILENO, "file-backed-memory: %s: %s\n", file, std::strerror(errno));
+        return -1;
+    }
     struct stat status;
-    if (fd < 0 || fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size >= MEMORY_SIZE) {
+    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size >= MEMORY_SIZE) {
         return fd;
     }
     // All of it at once: a hole that finds the disk full would end the program with a SIGBUS in a log call.
-    if (posix_fallocate(fd, 0, MEMORY_SIZE) != 0) {
+    if (const int error = posix_fallocate(fd, 0, MEMORY_SIZE)) {
+        dprintf(STDERR_FILENO, "file-backed-memory: no room for %s: %s\n", file, std::strerror(error));
         close(fd);
         return -1;
     }

@@ -54,10 +54,10 @@ private:
 
 int main()
 {
-    std::setlocale(LC_ALL, ""); // for %ls: the encoding that syslog gets
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // for %ls: the encoding that syslog gets; numbers keep their point
     SetLogOptions(L"linfo");
     const SyslogLogger logger(LEVEL_WARNING);
     QUARN_INFO(CATEGORY_AXIS, L"axis %d up", 2);
-    QUARN_WARNING(CATEGORY_AXIS, L"axis %d slow: %.1f mm/s", 2, 3.5);
+    QUARN_WARNING(CATEGORY_AXIS, L"axis %d warm: %.1f \u00b0C", 2, 63.5);
     QUARN_ERROR(CATEGORY_AXIS, L"axis %d stands still", 2);
 }

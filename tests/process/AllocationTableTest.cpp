@@ -44,6 +44,26 @@ TEST_F(AllocationTableTest, SitesAreSortedByTheirBytes)
                             "Total               4           80  100.0%\n");
 }
 
+TEST_F(AllocationTableTest, LogThatCannotBeReadIsNamed)
+{
+    const SFinishedProcess missing = RunCommand(TABLE_TOOL " /nowhere/log");
+    const SFinishedProcess folder = RunCommand(TABLE_TOOL " /");
+
+    EXPECT_EQ(missing.exitCode, 3);
+    EXPECT_EQ(missing.errors, "allocation-table: /nowhere/log: No such file or directory\n");
+    EXPECT_EQ(folder.exitCode, 3);
+    EXPECT_EQ(folder.errors, "allocation-table: /: Is a directory\n");
+}
+
+TEST_F(AllocationTableTest, UnknownOptionIsNoLog)
+{
+    const SFinishedProcess table = RunCommand(TABLE_TOOL " --sort");
+
+    EXPECT_EQ(table.exitCode, 2);
+    EXPECT_EQ(table.output, "");
+    EXPECT_EQ(table.errors, "allocation-table: unknown option --sort; see allocation-table --help\n");
+}
+
 TEST_F(AllocationTableTest, ColourIsTakenOff)
 {
     const SFinishedProcess table = TableOf("\x1b[31mx.cpp:1: error: m=7 t=2026.01.02-03:04:05.006 tid=0x1f: "

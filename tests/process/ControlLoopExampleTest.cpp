@@ -7,6 +7,7 @@
 #include <fstream>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -20,6 +21,7 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::SizeIs;
+using testing::StartsWith;
 
 constexpr char LINE[] = "control-loop/[A-Za-z]+\\.(cpp|h):[0-9]+: (debug|info|warning|error): m=[1-4] "
                         "t=[0-9]{4}\\.[0-9]{2}\\.[0-9]{2}-[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} tid=0x[0-9a-f]+: .+";
@@ -85,6 +87,36 @@ TEST_F(ControlLoopExampleTest, OverloadEndsWithSuccessAndWithoutErrors)
 
     EXPECT_EQ(m_ExitStatus, 0);
     EXPECT_THAT(LinesOf("errors.txt"), IsEmpty());
+}
+
+TEST_F(ControlLoopExampleTest, WrongArgumentIsNamedBeforeTheUsage)
+{
+    const std::pair<const char*, const char*> wrong[] = {
+        {"--unpased", "control-loop: unknown option --unpased"},
+        {"calm", "control-loop: unknown option calm"},
+        {"--later", "control-loop: --later needs a value"},
+        {"--scenario storm", "control-loop: --scenario cannot be storm"},
+        {"--burst 2k", "control-loop: --burst cannot be 2k"},
+        {"--milliseconds 100000001", "control-loop: --milliseconds cannot be 100000001"}};
+    for (const auto& [arguments, error] : wrong) {
+        Run(arguments);
+
+        EXPECT_EQ(WEXITSTATUS(m_ExitStatus), 2) << arguments;
+        const std::vector<std::string> errors = LinesOf("errors.txt");
+        ASSERT_THAT(errors, SizeIs(Gt(2U))) << arguments;
+        EXPECT_EQ(errors[0], error);
+        EXPECT_THAT(errors[1], StartsWith("usage: control-loop "));
+        EXPECT_THAT(LinesOf("console.txt"), IsEmpty()) << arguments;
+    }
+}
+
+TEST_F(ControlLoopExampleTest, HelpIsNoError)
+{
+    Run("--help");
+
+    EXPECT_EQ(m_ExitStatus, 0);
+    EXPECT_THAT(LinesOf("errors.txt"), IsEmpty());
+    EXPECT_THAT(LinesOf("console.txt"), SizeIs(Gt(2U)));
 }
 
 TEST_F(ControlLoopExampleTest, ConsoleHoldsNothingButLinesOneNoticeAndTheAccount)

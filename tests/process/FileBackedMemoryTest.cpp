@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 using namespace QuarnTest;
+using testing::EndsWith;
 using testing::HasSubstr;
 
 namespace {
@@ -28,6 +29,17 @@ TEST_F(FileBackedMemoryTest, MissingFileIsMadeWithTheMemorysSize)
 
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_EQ(std::filesystem::file_size(m_Dir.File("memory")), 2097152U);
+}
+
+TEST_F(FileBackedMemoryTest, FileThatCannotBeOpenedIsNamed)
+{
+    const SFinishedProcess folder = RunOn(m_Dir.Path().string());
+    const SFinishedProcess nowhere = RunOn("/nowhere/memory");
+
+    EXPECT_EQ(folder.exitCode, 0);
+    EXPECT_THAT(folder.errors, EndsWith("file-backed-memory: " + m_Dir.Path().string() + ": Is a directory\n"));
+    EXPECT_EQ(nowhere.exitCode, 0);
+    EXPECT_THAT(nowhere.errors, EndsWith("file-backed-memory: /nowhere/memory: No such file or directory\n"));
 }
 
 TEST_F(FileBackedMemoryTest, LogIsDumpedFromTheFile)

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdarg>
 #include <filesystem>
 #include <set>
@@ -14,6 +15,7 @@ using namespace Quarn::Logging;
 using namespace QuarnTest;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace {
@@ -94,6 +96,37 @@ TEST_F(HostileTextTest, MessagePassesUnchangedThroughTheReaderOfTheMemory)
 }
 #endif
 
+TEST_F(HostileTextTest, NarrowArgumentOutsideTheLocaleEndsTheMessageAndNotTheLine)
+{
+    LogToFile();
+
+    Log("a.cpp", L"before <%s> behind", "caf\xC3\xA9");
+    Log("a.cpp", L"after");
+
+    EXPECT_THAT(Logged(), MatchesRegex("a.cpp:7: .*: before <\na.cpp:7: .*: after\n"));
+}
+
+TEST_F(HostileTextTest, NarrowArgumentOutsideTheLocaleLeavesEvery64CharactersBeforeIt)
+{
+    LogToFile();
+
+    Log("a.cpp", L"<%s>", (std::string(150, 'x') + "\xFF").c_str());
+
+    EXPECT_THAT(Logged(), EndsWith(": <" + std::string(128, 'x') + "\n"));
+}
+
+TEST_F(HostileTextTest, TextBeyondAsciiPassesInTheLocaleThatTheDocumentsName)
+{
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    LogToFile();
+
+    Log("\xC3\xA9.cpp", L"%s %ls \u20ac %.1f", "caf\xC3\xA9", L"\U0001F600", 3.5);
+    std::setlocale(LC_CTYPE, "C");
+
+    EXPECT_THAT(Logged(), StartsWith("\xC3\xA9.cpp:7: "));
+    EXPECT_THAT(Logged(), EndsWith(": caf\xC3\xA9 \xF0\x9F\x98\x80 \xE2\x82\xAC 3.5\n"));
+}
+
 TEST_F(HostileTextTest, ConversionsInAFileNameAreCharactersOfTheName)
 {
     SetLogOptions((L"ldebug;L" + m_Dir.Wide("%n%s%999999d-%T.txt")).c_str());
@@ -102,7 +135,7 @@ TEST_F(HostileTextTest, ConversionsInAFileNameAreCharactersOfTheName)
 
     const std::set<std::string> names = m_Dir.Names();
     ASSERT_EQ(names.size(), 1U);
-    EXPECT_THAT(*names.begin(), testing::MatchesRegex("%n%s%999999d-[0-9]+-[0-9]+\\.txt"));
+    EXPECT_THAT(*names.begin(), MatchesRegex("%n%s%999999d-[0-9]+-[0-9]+\\.txt"));
 }
 
 TEST_F(HostileTextTest, LinkUnderTheNameOfTheLogFileIsPutAsideAndItsTargetKept)

@@ -79,11 +79,12 @@ TEST_F(LnavFormatTest, LevelsOfColouredLinesAreRecognised)
                                                    "error,a,text\n");
 }
 
-TEST_F(LnavFormatTest, LevelWithoutANameIsNoHindrance)
+TEST_F(LnavFormatTest, LevelWithoutANameIsTakenForNoOther)
 {
-    m_Dir.Write("log.txt", "a:1: ?: m=1 t=2024.05.17-13:45:09.120 tid=0x1: text\n");
+    m_Dir.Write("log.txt", "a:1: ?: m=1 t=2024.05.17-13:45:09.120 tid=0x1: text\n"
+                           "\x1b[0ma:1: ?: m=2 t=2024.05.17-13:45:09.120 tid=0x1: text\x1b[0m\n");
 
-    EXPECT_EQ(Select("category, log_body"), "category,log_body\n1,text\n");
+    EXPECT_EQ(Select("category, log_level, log_body"), "category,log_level,log_body\n1,notice,text\n2,notice,text\n");
 }
 
 TEST_F(LnavFormatTest, LineOfTheHelloExampleIsRecognised)

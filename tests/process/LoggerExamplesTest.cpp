@@ -8,7 +8,9 @@
 #include <string>
 
 using namespace QuarnTest;
+using testing::EndsWith;
 using testing::MatchesRegex;
+using testing::StartsWith;
 
 namespace {
 
@@ -23,10 +25,16 @@ TEST(LoggerExamplesTest, SyslogReceivesWarningsAndErrorsBesideTheConsole)
     EXPECT_EQ(run.errors, "");
     // The newest logger has each message first.
     const std::string file = "loggers/syslog-logger.cpp:[0-9]+: ";
-    EXPECT_THAT(run.output, MatchesRegex(file + "info: m=12" + STAMP + "axis 2 up\n" +                //
-                                         "syslog 4: " + file + "m=12: axis 2 slow: 3.5 mm/s\n" +      //
-                                         file + "warning: m=12" + STAMP + "axis 2 slow: 3.5 mm/s\n" + //
-                                         "syslog 3: " + file + "m=12: axis 2 stands still\n" +        //
+    EXPECT_THAT(run.output, MatchesRegex(file + "info: m=12" + STAMP + "axis 2 up\n" + //
+                                         "syslog 4: " + file +
+                                         "m=12: axis 2 warm: 63.5 \xC2\xB0"
+                                         "C\n" + //
+                                         file +
+                                         "warning: m=12" + STAMP +
+                                         "axis 2 warm: 63.5 \xC2\xB0"
+                                         "C\n" + //
+                                         "syslog 3: " +
+                                         file + "m=12: axis 2 stands still\n" + //
                                          file + "error: m=12" + STAMP + "axis 2 stands still\n"));
 }
 
@@ -53,9 +61,78 @@ TEST(LoggerExamplesTest, PluginThatIsMissingIsReported)
 {
     const SFinishedProcess run = RunCommand(PLUGIN_HOST " /nowhere.so");
 
-    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.output, "");
-    EXPECT_EQ(run.errors, "usage: plugin-host PLUGIN\n");
+    EXPECT_EQ(run.errors, "plugin-host: /nowhere.so: cannot open shared object file: No such file or directory\n");
+}
+
+TEST(LoggerExamplesTest, LibraryThatIsNoPluginIsReported)
+{
+    const SFinishedProcess run = RunCommand(PLUGIN_HOST " libdl.so.2");
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.output, "");
+    EXPECT_THAT(run.errors, MatchesRegex("plugin-host: .*undefined symbol: StartPlugin\n"
+                                         "plugin-host: .*undefined symbol: StopPlugin\n"));
+}
+
+TEST(LoggerExamplesTest, ProgramsWithoutTheirArgumentTellTheirUsage)
+{
+    for (const char* arguments : {"", " --help", " one two"}) {
+        const SFinishedProcess host = RunCommand(std::string(PLUGIN_HOST) + arguments);
+        EXPECT_EQ(host.exitCode, 2);
+        EXPECT_EQ(host.errors, "usage: plugin-host PLUGIN\n");
+        const SFinishedProcess fifo = RunCommand(std::string(OPTIONS_FIFO) + arguments);
+        EXPECT_EQ(fifo.exitCode, 2);
+        EXPECT_EQ(fifo.errors, "usage: options-fifo FIFO\n");
+    }
+}
+
+TEST(LoggerExamplesTest, OptionsComeFromNothingButAFifo)
+{
+    const TempDir dir;
+    dir.Write("plain", "ldebug\n");
+    for (const char* name : {"plain", "."}) {
+        const SFinishedProcess run = RunCommand(Inside(dir) + "exec timeout 20 " OPTIONS_FIFO " " + name);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.output, "");
+        EXPECT_EQ(run.errors, "options-fifo: " + std::string(name) + ": not a FIFO; mkfifo makes one\n");
+    }
+
+    const SFinishedProcess run = RunCommand(Inside(dir) + "exec timeout 20 " OPTIONS_FIFO " missing");
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.errors, "options-fifo: missing: No such file or directory\n");
+}
+
+TEST(LoggerExamplesTest, FifoThatIsRemovedEndsTheWaitForOptions)
+{
+    const TempDir dir;
+    ASSERT_EQ(mkfifo(dir.File("control").c_str(), 0600), 0);
+
+    const SFinishedProcess run = RunCommand(
+        Inside(dir) + "{ timeout 20 " OPTIONS_FIFO " control & exec 3>control; rm control; exec 3>&-; wait $!; }");
+
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.errors, "options-fifo: control: No such file or directory\n");
+}
+
+TEST(LoggerExamplesTest, OptionsBeyondAsciiAreAppliedAndLogged)
+{
+    const TempDir dir;
+    ASSERT_EQ(mkfifo(dir.File("control").c_str(), 0600), 0);
+
+    const SFinishedProcess run =
+        RunCommand(Inside(dir) + "{ timeout 20 " OPTIONS_FIFO
+                                 " control & printf 'ldebug;Lcaf\\303\\251\\377-%%T.txt\\nldebug\\nquit\\n' "
+                                 ">control; wait $!; }");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.errors, "");
+    ASSERT_EQ(dir.Names().size(), 2U);
+    const std::string name = *dir.Names().begin();
+    EXPECT_THAT(name, StartsWith("caf\xC3\xA9\xFF-"));
+    EXPECT_THAT(dir.Read(name), EndsWith(": log options: ldebug;Lcaf\xC3\xA9?-%T.txt\n"));
 }
 
 TEST(LoggerExamplesTest, OptionsFromTheFifoAreAppliedInTurn)

@@ -86,13 +86,14 @@ TEST_F(ReservedMemoryTest, LogWorksInOrdinaryMemoryAfterAFailedMapping)
     EXPECT_THAT(run.output, EndsWith(": hello\n"));
 }
 
+// The stand-in for the device has its word, the library none.
 TEST_F(ReservedMemoryTest, MissingDeviceIsPassedOverInSilence)
 {
-    const SFinishedProcess run = RunCommand("QUARN_MEMORY_FILE=/nowhere/memory " MEMORY_USER " say=main");
+    const SFinishedProcess run = RunCommand("LC_ALL=C QUARN_MEMORY_FILE=/nowhere/memory " MEMORY_USER " say=main");
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output, "main\n");
-    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.errors, "file-backed-memory: /nowhere/memory: No such file or directory\n");
 }
 
 TEST_F(ReservedMemoryTest, DumpShowsTheTimesOfItsOwnRun)
@@ -104,6 +105,35 @@ TEST_F(ReservedMemoryTest, DumpShowsTheTimesOfItsOwnRun)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output, MAPPED + BEGIN_OF_DUMP + LINE_OF_ONE_RECORD + END_OF_DUMP + "main\n");
     EXPECT_EQ(run.errors, "");
+}
+
+/// Whether the core file of a run, with this filter of the kernel, has the log in it.
+testing::AssertionResult CoreHasLog(const std::string& filter)
+{
+    const TempDir dir;
+    RunCommand(Inside(dir) + "ulimit -c unlimited; echo " + filter + " >/proc/self/coredump_filter; " +
+               "export ASAN_OPTIONS=disable_coredump=0 TSAN_OPTIONS=disable_coredump=0 QUARN_MEMORY_FILE=memory; " +
+               "exec " MEMORY_USER " autolog=off many=500 abort=");
+    std::string wideText; // of a message that is long gone from the stack
+    for (const char character : std::string("message 42")) {
+        wideText += std::string(1, character) + std::string(3, '\0');
+    }
+    for (const std::string& name : dir.Names()) {
+        if (name.rfind("core", 0) == 0) {
+            const bool has = dir.Read(name).find(wideText) != std::string::npos;
+            return (has ? testing::AssertionSuccess() : testing::AssertionFailure()) << filter << ": log in " << name;
+        }
+    }
+    return testing::AssertionFailure() << filter << ": no core file";
+}
+
+TEST_F(ReservedMemoryTest, CoreFileHasTheLogOnlyIfTheKernelIsToldToAddMappingsOfFiles)
+{
+    if (RunCommand("grep -qx core /proc/sys/kernel/core_pattern").exitCode != 0) {
+        GTEST_SKIP() << "this system does not put a core file into the working folder";
+    }
+    EXPECT_FALSE(CoreHasLog("0x33")); // the kernel's default
+    EXPECT_TRUE(CoreHasLog("0x3b"));
 }
 
 TEST_F(ReservedMemoryTest, LogOfAKilledRunIsDumpedAtTheNextStart)

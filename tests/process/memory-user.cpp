@@ -46,6 +46,7 @@ int main(int argc, char** argv)
         {"say=", [](const std::string& text) { std::puts(text.c_str()); }},
         {"threshold=",
          [](const std::string& category) { std::printf("threshold %d\n", g_pLogLevels[std::atoi(category.c_str())]); }},
+        {"abort=", [](const std::string&) { std::abort(); }},
         {"kill=", [](const std::string&) {
              std::fflush(nullptr);
              std::raise(SIGKILL);

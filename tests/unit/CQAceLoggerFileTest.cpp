@@ -190,6 +190,27 @@ TEST_F(CQAceLoggerFileTest, ConsoleForgetsTheSuffixOfAnEarlierPattern)
     EXPECT_EQ(m_Dir.Names(), (Names{"a20240517-134509-x.txt", "b.txt20240517-134509"}));
 }
 
+TEST_F(CQAceLoggerFileTest, TextOutsideTheLocaleInTheFirst256BytesLosesItsLineAndNoOther)
+{
+    Select(L"app.txt");
+
+    Write(L"before");
+    Write(std::wstring(200, L'x') + L"\u00e9"); // byte 256 of the line
+    Write(L"after");
+
+    EXPECT_EQ(m_Dir.Read("app.txt"), Line("before") + Line("after"));
+}
+
+TEST_F(CQAceLoggerFileTest, TextOutsideTheLocaleFurtherBackLeaves256BytesAndNoLineEnd)
+{
+    Select(L"app.txt");
+
+    Write(std::wstring(201, L'x') + L"\u00e9");
+    Write(L"after");
+
+    EXPECT_EQ(m_Dir.Read("app.txt"), HEAD + std::string(201, 'x') + Line("after"));
+}
+
 TEST_F(CQAceLoggerFileTest, CharactersOfEightBitsAreSingleBytes)
 {
     std::setlocale(LC_ALL, "C.UTF-8");

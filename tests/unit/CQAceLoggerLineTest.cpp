@@ -176,6 +176,46 @@ TEST_F(CQAceLoggerLineTest, TextOutsideTheLocaleDoesNotHoldUpTheNextLine)
     EXPECT_EQ(PrintText(L"cafe"), Line("cafe"));
 }
 
+TEST_F(CQAceLoggerLineTest, TextOutsideTheLocaleInTheFirst256BytesLosesItsLineAndNoOther)
+{
+    testing::internal::CaptureStdout();
+    Write(L"before");
+    Write(std::wstring(200, L'x') + L"\u00e9"); // byte 256 of the line
+    Write(L"after");
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), Line("before") + Line("after"));
+}
+
+TEST_F(CQAceLoggerLineTest, TextOutsideTheLocaleFurtherBackLeaves256BytesAndNoLineEnd)
+{
+    testing::internal::CaptureStdout();
+    Write(std::wstring(201, L'x') + L"\u00e9");
+    Write(L"after");
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), HEAD + std::string(201, 'x') + Line("after"));
+}
+
+TEST_F(CQAceLoggerLineTest, TextOutsideTheLocaleLeavesEvery256BytesBeforeIt)
+{
+    testing::internal::CaptureStdout();
+    Write(std::wstring(900, L'x') + L"\u00e9"); // in bytes 768 to 1023
+    Write(L"after");
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), HEAD + std::string(713, 'x') + Line("after"));
+}
+
+TEST_F(CQAceLoggerLineTest, SourceFileOutsideTheLocaleLeavesEvery64CharactersAndNoLineEnd)
+{
+    testing::internal::CaptureStdout();
+    Logger().m_UseColor = true;
+    Logger().Log(2000, 5, 0.0, 1, "short\xFF.cpp", 7, L"text");
+    Logger().Log(2000, 5, 0.0, 1, (std::string(150, 'f') + "\xFF.cpp").c_str(), 7, L"text");
+    Logger().m_UseColor = false;
+    Write(L"after");
+
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\x1b[32m\x1b[32m" + std::string(128, 'f') + Line("after"));
+}
+
 TEST_F(CQAceLoggerLineTest, LineIsFlushedWhenLogReturns)
 {
     const ConsoleFile console(m_Dir.File("console"));

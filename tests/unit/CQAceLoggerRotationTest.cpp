@@ -193,6 +193,15 @@ TEST_F(CQAceLoggerRotationTest, CutLineCountsWithWhatIsLeftOfIt)
     EXPECT_EQ(SizeOf("app-20240517-134509.txt"), 2099U);
 }
 
+TEST_F(CQAceLoggerRotationTest, LineThatIsWrittenInPartCountsAsAFailedWrite)
+{
+    Select(4294967295U);
+
+    Write(std::wstring(201, L'x') + L"\u00e9");
+
+    EXPECT_EQ(SizeOf("app-20240517-134509.txt"), 256U);
+}
+
 // A text that the locale has no bytes for is a failed write, which returns -1.
 TEST_F(CQAceLoggerRotationTest, FailedWriteAsFirstOneRotatesAtOnce)
 {
