@@ -11,3 +11,8 @@ set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/i386-linux-gnu/pkgconfig:/usr/share/pkgconfi
 
 set(QUARN_ACE_LIBRARY_DIR "${CMAKE_CURRENT_LIST_DIR}/../.i386-sysroot/usr/lib/i386-linux-gnu" CACHE PATH
     "Folder of libACE for i386")
+# Before anything else is missed that comes with it, as the 32-bit C library.
+get_property(QUARN_IS_TRIAL GLOBAL PROPERTY IN_TRY_COMPILE)
+if(NOT QUARN_IS_TRIAL AND NOT EXISTS "${QUARN_ACE_LIBRARY_DIR}")
+  message(FATAL_ERROR "There is no ${QUARN_ACE_LIBRARY_DIR}: run scripts/i386-sysroot, which installs what i386 needs.")
+endif()

@@ -3,8 +3,8 @@
 #
 #   source "$(dirname "$0")/setup.sh"
 #   install_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
-#   add_i386
 #
+# scripts/setup installs a list by name, scripts/i386-sysroot all that the i386 presets need.
 # The caller has set -euo pipefail and stands in the root of the source tree.
 
 # To build the library, its tools and the examples.
@@ -48,6 +48,14 @@ TEST_PACKAGES=(
     abigail-tools      # the ABI of the library, compared with the recorded one; without it that test is skipped
     lnav               # the log viewer, for its format definition; without it those tests are skipped
     tmux               # the terminal in which the log viewer is shown; likewise
+)
+
+# To try the pages' commands on a bare Debian.
+# shellcheck disable=SC2034
+FIRST_HOUR_PACKAGES=(
+    debootstrap # makes it
+    git         # lists the files of the checkout
+    python3     # takes the commands out of the pages
 )
 
 # To run the benchmarks. A peer that is not installed is left out, and the report says so.
@@ -173,16 +181,5 @@ install_packages() {
 
 # add_i386: all that is needed to build for i386, beside BUILD_PACKAGES.
 add_i386() {
-    if ! dpkg --print-foreign-architectures | grep -qx i386; then
-        say "Adding the architecture i386"
-        as_root dpkg --add-architecture i386 || fail "could not add the architecture i386"
-    fi
-    install_packages "${I386_PACKAGES[@]}"
-    if compgen -G '.i386-sysroot/usr/lib/i386-linux-gnu/libACE-*.so' >/dev/null; then
-        return 0
-    fi
-    say "Unpacking ACE for i386"
-    # The lists may be older than the architecture, when its packages had been installed by other means.
-    apt-cache show libace-7.0.8:i386 >/dev/null 2>&1 || update_package_lists
-    scripts/i386-sysroot || fail "could not unpack ACE for i386"
+    scripts/i386-sysroot || fail "the i386 presets cannot be built here"
 }
