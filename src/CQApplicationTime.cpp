@@ -5,6 +5,7 @@
 #include "SystemClocks.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/timex.h>
 #include <unistd.h>
 
@@ -24,16 +25,26 @@ constexpr std::size_t THREAD_NAME_SIZE = 16;
 constexpr long double TWO_TO_63 = 9223372036854775808.0L;
 constexpr long double TWO_TO_64 = 18446744073709551616.0L;
 
-/// Whether a new thread can be named. ACE asks the C library, which opens a file like this one for it: there is none
-/// without /proc, it cannot be written in a program with file capabilities, and it takes a free descriptor. If that
-/// fails, ACE reports a failed start for a thread that runs, never joins it and takes its records away from under it.
-bool CanNameThreads()
+void* EndAtOnce(void* /*argument*/) { return nullptr; }
+
+/// Whether a new thread can be made and named; only then may libACE be given a name. Version 7.0.8 names a thread that
+/// the system has refused to make, too, by an id that was never set. And for one that cannot be named it reports a
+/// failed start, never joins it and takes its records away from under it. The C library names a thread through a file
+/// like this one: there is none without /proc, it cannot be written in a program with file capabilities, and it takes a
+/// free descriptor.
+bool CanStartNamedThread()
 {
+    const NoCancellation scope;
     const int name = open("/proc/self/comm", O_RDWR | O_CLOEXEC);
     if (name < 0) {
         return false;
     }
     close(name);
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, EndAtOnce, nullptr) != 0) {
+        return false;
+    }
+    pthread_join(thread, nullptr);
     return true;
 }
 
@@ -218,7 +229,7 @@ int CQApplicationTime::CQUpdateThread::Start(CQApplicationTime* owner)
     std::string_view(pThreadName).copy(name, THREAD_NAME_SIZE - 1);
     const char* names[] = {name};
     return activate(THR_NEW_LWP | THR_JOINABLE | THR_INHERIT_SCHED, 1, 0, ACE_DEFAULT_THREAD_PRIORITY, -1, nullptr,
-                    nullptr, nullptr, nullptr, nullptr, CanNameThreads() ? names : nullptr);
+                    nullptr, nullptr, nullptr, nullptr, CanStartNamedThread() ? names : nullptr);
 }
 
 int CQApplicationTime::CQUpdateThread::Stop()
