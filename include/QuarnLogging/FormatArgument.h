@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cwchar>
 #include <type_traits>
+#include <utility>
 
 namespace Quarn {
 namespace Logging {
@@ -25,6 +26,14 @@ enum class Kind {
     FloatingPoint,
     LongDouble,
     ScopedEnumeration,
+    Text, ///< An object from here on to Class, told by its members: no header of its own is included. Has c_str().
+    WideText,
+    TextView, ///< Has data() and size().
+    WideTextView,
+    Duration,
+    TimePoint,
+    Atomic,
+    SmartPointer,
     Class,
     Other
 };
@@ -75,6 +84,67 @@ constexpr Kind KindOfPointerTo()
                                                                   : Kind::Pointer;
 }
 
+/// What a call gives; void if there is no such call.
+template <class T, class = void>
+struct CStr
+{
+    using Type = void;
+};
+template <class T>
+struct CStr<T, std::void_t<decltype(std::declval<const T&>().c_str())>>
+{
+    using Type = decltype(std::declval<const T&>().c_str());
+};
+
+template <class T, class = void>
+struct ViewData
+{
+    using Type = void;
+};
+template <class T>
+struct ViewData<T, std::void_t<typename T::traits_type, decltype(std::declval<const T&>().size())>>
+{
+    using Type = decltype(std::declval<const T&>().data());
+};
+
+template <class T, class = void>
+constexpr bool IS_DURATION = false;
+template <class T>
+constexpr bool IS_DURATION<T, std::void_t<typename T::period, decltype(std::declval<const T&>().count())>> = true;
+
+template <class T, class = void>
+constexpr bool IS_TIME_POINT = false;
+template <class T>
+constexpr bool IS_TIME_POINT<T, std::void_t<typename T::clock, decltype(std::declval<const T&>().time_since_epoch())>> =
+    true;
+
+template <class T, class = void>
+constexpr bool IS_ATOMIC = false;
+template <class T>
+constexpr bool IS_ATOMIC<
+    T, std::void_t<decltype(std::declval<const T&>().load()), decltype(std::declval<const T&>().is_lock_free())>> =
+    true;
+
+template <class T, class = void>
+constexpr bool IS_SMART_POINTER = false;
+template <class T>
+constexpr bool IS_SMART_POINTER<T, std::void_t<typename T::element_type, decltype(std::declval<const T&>().get())>> =
+    true;
+
+template <class T>
+constexpr Kind KindOfObject()
+{
+    return std::is_same_v<typename CStr<T>::Type, const char*>          ? Kind::Text
+           : std::is_same_v<typename CStr<T>::Type, const wchar_t*>     ? Kind::WideText
+           : std::is_same_v<typename ViewData<T>::Type, const char*>    ? Kind::TextView
+           : std::is_same_v<typename ViewData<T>::Type, const wchar_t*> ? Kind::WideTextView
+           : IS_DURATION<T>                                             ? Kind::Duration
+           : IS_TIME_POINT<T>                                           ? Kind::TimePoint
+           : IS_ATOMIC<T>                                               ? Kind::Atomic
+           : IS_SMART_POINTER<T>                                        ? Kind::SmartPointer
+                                                                        : Kind::Class;
+}
+
 /// Describes an argument by its type, arrays and functions already turned into pointers.
 template <class T>
 constexpr SArgument Describe()
@@ -87,12 +157,13 @@ constexpr SArgument Describe()
         return DescribeInteger<T, std::underlying_type_t<T>>();
     } else if constexpr (std::is_pointer_v<T>) {
         return DescribeOther(KindOfPointerTo<std::remove_pointer_t<T>>());
+    } else if constexpr (std::is_class_v<T> || std::is_union_v<T>) {
+        return DescribeOther(KindOfObject<T>());
     } else {
         return DescribeOther(std::is_same_v<T, float> || std::is_same_v<T, double> ? Kind::FloatingPoint
                              : std::is_same_v<T, long double>                      ? Kind::LongDouble
                              : std::is_null_pointer_v<T>                           ? Kind::Pointer
                              : std::is_enum_v<T>                                   ? Kind::ScopedEnumeration
-                             : std::is_class_v<T> || std::is_union_v<T>            ? Kind::Class
                                                                                    : Kind::Other);
     }
 }

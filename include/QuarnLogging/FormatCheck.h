@@ -42,6 +42,14 @@ enum class Fault {
     FloatingPointArgument,
     LongDoubleArgument,
     ScopedEnumerationArgument,
+    TextArgument,
+    WideTextArgument,
+    TextViewArgument,
+    WideTextViewArgument,
+    DurationArgument,
+    TimePointArgument,
+    AtomicArgument,
+    SmartPointerArgument,
     ClassArgument
 };
 
@@ -50,6 +58,7 @@ struct SVerdict
 {
     Fault fault;
     std::size_t argument;
+    bool mayBeSize; ///< The faulty one has the type that std::size_t has.
 };
 
 /// Length modifiers, as they are written.
@@ -74,13 +83,24 @@ public:
             }
             const Fault fault = CheckConversion();
             if (fault != Fault::None) {
-                return {fault, m_Used};
+                return {fault, m_Used, MayBeSize(fault)};
             }
         }
-        return {m_Used == Count ? Fault::None : Fault::TooManyArguments, m_Used + 1};
+        return {m_Used == Count ? Fault::None : Fault::TooManyArguments, m_Used + 1, false};
     }
 
 private:
+    constexpr bool MayBeSize(Fault fault) const
+    {
+        const bool isOfInteger = fault == Fault::SignedIntegerArgument || fault == Fault::UnsignedIntegerArgument ||
+                                 fault == Fault::IntegerArgument;
+        if (!isOfInteger) {
+            return false;
+        }
+        const SArgument& argument = m_pArguments[m_Used - 1];
+        return argument.rank == RankOf<std::size_t>() && argument.bytes == sizeof(std::size_t) && !argument.isSigned;
+    }
+
     constexpr bool Take(wchar_t character)
     {
         if (*m_pNext != character) {
@@ -215,8 +235,9 @@ private:
         if (argument == nullptr) {
             return Fault::TooFewArguments;
         }
-        if (argument->kind == Kind::ScopedEnumeration || argument->kind == Kind::Class) {
-            return argument->kind == Kind::Class ? Fault::ClassArgument : Fault::ScopedEnumerationArgument;
+        const Fault fault = FaultOfAny(argument->kind);
+        if (fault != Fault::None) {
+            return fault;
         }
         const bool wide = length == Length::l;
         switch (conversion) {
@@ -238,6 +259,22 @@ private:
             return IsFloatingPoint(conversion) ? CheckFloatingPoint(*argument, length)
                                                : CheckInteger(*argument, conversion, length);
         }
+    }
+
+    /// What no conversion takes.
+    static constexpr Fault FaultOfAny(Kind kind)
+    {
+        return kind == Kind::ScopedEnumeration ? Fault::ScopedEnumerationArgument
+               : kind == Kind::Text            ? Fault::TextArgument
+               : kind == Kind::WideText        ? Fault::WideTextArgument
+               : kind == Kind::TextView        ? Fault::TextViewArgument
+               : kind == Kind::WideTextView    ? Fault::WideTextViewArgument
+               : kind == Kind::Duration        ? Fault::DurationArgument
+               : kind == Kind::TimePoint       ? Fault::TimePointArgument
+               : kind == Kind::Atomic          ? Fault::AtomicArgument
+               : kind == Kind::SmartPointer    ? Fault::SmartPointerArgument
+               : kind == Kind::Class           ? Fault::ClassArgument
+                                               : Fault::None;
     }
 
     static constexpr Fault Expect(bool holds, Fault otherwise) { return holds ? Fault::None : otherwise; }
@@ -311,7 +348,7 @@ struct Explain
     static_assert(F != Fault::NumberTooLarge, "log format: width or precision above 999, the length of a text");
     static_assert(F != Fault::TooFewArguments, "log format: more conversions than arguments");
     static_assert(F != Fault::TooManyArguments, "log format: more arguments than conversions");
-    static_assert(F != Fault::WidthOrPrecisionArgument, "log format: * needs an int argument");
+    static_assert(F != Fault::WidthOrPrecisionArgument, "log format: * needs an int argument; cast a size to int");
     static_assert(F != Fault::SignedIntegerArgument,
                   "log format: %d needs a signed integer of its length (%hhd, %hd, %d, %ld, %lld, %jd, %td)");
     static_assert(F != Fault::UnsignedIntegerArgument,
@@ -326,8 +363,28 @@ struct Explain
     static_assert(F != Fault::FloatingPointArgument, "log format: %f, %e, %g and %a need a double or float");
     static_assert(F != Fault::LongDoubleArgument, "log format: %Lf needs a long double");
     static_assert(F != Fault::ScopedEnumerationArgument, "log format: cast the enum class to an integer");
-    static_assert(F != Fault::ClassArgument, "log format: an object has no conversion; a string takes %s and c_str()");
+    static_assert(F != Fault::TextArgument, "log format: a std::string takes %s and c_str()");
+    static_assert(F != Fault::WideTextArgument, "log format: a std::wstring takes %ls and c_str()");
+    static_assert(F != Fault::TextViewArgument,
+                  "log format: a std::string_view takes %.*s with static_cast<int>(size()) and data()");
+    static_assert(F != Fault::WideTextViewArgument,
+                  "log format: a std::wstring_view takes %.*ls with static_cast<int>(size()) and data()");
+    static_assert(F != Fault::DurationArgument,
+                  "log format: a std::chrono::duration takes %lld and static_cast<long long>(count())");
+    static_assert(F != Fault::TimePointArgument, "log format: a std::chrono::time_point takes %lld and "
+                                                 "static_cast<long long>(time_since_epoch().count())");
+    static_assert(F != Fault::AtomicArgument, "log format: an atomic takes load() and the conversion of its value");
+    static_assert(F != Fault::SmartPointerArgument, "log format: a smart pointer takes %p and get()");
+    static_assert(F != Fault::ClassArgument, "log format: an object has no conversion; log its members");
     static constexpr bool OK = F == Fault::None;
+};
+
+/// What is to be said beside it. A type of its own: of one type some compilers show the first message only.
+template <bool MayBeSize, class CallSite>
+struct Hint
+{
+    static_assert(!MayBeSize, "log format: if the argument is a std::size_t, it takes %zu or %zx");
+    static constexpr bool OK = !MayBeSize;
 };
 
 /// Whether a call is right; does not compile if it is not. A CallSite is a lambda that returns the format.
@@ -336,7 +393,8 @@ constexpr bool IsRight(CallSite callSite)
 {
     if constexpr (std::is_same_v<decltype(callSite()), const wchar_t*>) {
         constexpr SVerdict VERDICT = Check<Arguments...>(callSite());
-        return Explain<VERDICT.fault, VERDICT.argument, CallSite>::OK;
+        constexpr bool HINT_OK = Hint<VERDICT.mayBeSize, CallSite>::OK;
+        return Explain<VERDICT.fault, VERDICT.argument, CallSite>::OK && HINT_OK;
     } else {
         static_assert(std::is_same_v<decltype(callSite()), const wchar_t*>, "log format: has to be wide, L\"...\"");
         return false;

@@ -141,11 +141,30 @@ constexpr T Promote(T value)
     return value;
 }
 
+#if __cplusplus >= 201703L
+/// Void, if all arguments can be copied.
+template <class... Arguments>
+using ResultForCopies = std::enable_if_t<(std::is_copy_constructible_v<Arguments> && ...)>;
+
+/// What cannot be copied, as an atomic, is never right: the check says what to log of it.
+template <class CallSite, class Format, class... Arguments>
+std::enable_if_t<!(std::is_copy_constructible_v<std::decay_t<Arguments>> && ...)>
+LogFromCallSite(CallSite callSite, int /*level*/, int /*category*/, const char* /*file*/, int /*line*/,
+                Format /*format*/, const Arguments&... /*arguments*/)
+{
+    static_assert(FormatCheck::IsRight<CallSite, std::decay_t<Arguments>...>(callSite));
+}
+#else
+template <class... Arguments>
+using ResultForCopies = void;
+#endif
+
 /// Arguments come by value: a bit-field, a volatile and a static constant without a definition cannot come otherwise,
 /// and the type that is checked is the one that is passed on.
 template <class CallSite, class Format, class... Arguments>
-__attribute__((always_inline)) inline void LogFromCallSite(CallSite callSite, int level, int category, const char* file,
-                                                           int line, Format format, Arguments... arguments)
+__attribute__((always_inline)) inline ResultForCopies<Arguments...>
+LogFromCallSite(CallSite callSite, int level, int category, const char* file, int line, Format format,
+                Arguments... arguments)
 {
 #if __cplusplus >= 201703L
     if constexpr (FormatCheck::IsRight<CallSite, Arguments...>(callSite))

@@ -248,6 +248,18 @@ TEST_F(CQAceLoggerRotationTest, SecondRotationInOneSecondWaitsForTheNext)
     EXPECT_EQ(m_Dir.Names("log"), (Names{"app-20240517-134509.txt", "app-20240517-134510.txt", "app.txt"}));
 }
 
+TEST_F(CQAceLoggerRotationTest, LimitBoundsTheBytesOfASecond)
+{
+    Select(1000);
+
+    for (int i = 0; i < 60; ++i) { // as fast as it goes
+        WriteBytes(100);
+    }
+
+    EXPECT_EQ(m_Clock.SleptNanoseconds(), 5000000000); // 6 files
+    EXPECT_EQ(m_Dir.Names("log").size(), 7U);
+}
+
 TEST_F(CQAceLoggerRotationTest, SleepCountsWholeMicroseconds)
 {
     Select(100);

@@ -296,6 +296,21 @@ TEST_F(SetLogOptionsTest, ShortcutLeavesTheFileOpen)
     EXPECT_THAT(m_Dir.Read("app.txt"), HasSubstr(": second\n"));
 }
 
+TEST_F(SetLogOptionsTest, FullStringThatChangesALevelOnlyCostsAnOldFileAndTheRestOfTheSecond)
+{
+    const std::wstring file = L";N2;L" + m_Dir.Wide("app-%T.txt");
+    SetLogOptions((L"l1" + file).c_str());
+    Printed(4000, 5, L"the good one");
+
+    for (const wchar_t* const level : {L"l2", L"l3", L"l4"}) {
+        SetLogOptions((level + file).c_str());
+    }
+
+    EXPECT_EQ(m_Clock.SleptNanoseconds(), 2000000000);
+    EXPECT_THAT(m_Dir.Names(), ElementsAre("app-20240517-134510.txt", "app-20240517-134511.txt", "app.txt"));
+    EXPECT_EQ(m_Dir.Read("app-20240517-134510.txt"), "");
+}
+
 TEST_F(SetLogOptionsTest, FullStringWithoutAFileGoesBackToTheConsole)
 {
     SetLogOptions((L"l1;L" + m_Dir.Wide("app-%T.txt")).c_str());

@@ -111,4 +111,20 @@ TEST_F(WriteFaultTest, LostLineCountsForTheSizeOfTheFile)
     EXPECT_EQ(m_Dir.Read("log/app-20240517-134509.txt"), "");
 }
 
+TEST_F(WriteFaultTest, EmptyFilesOfAFullDiskPushGoodOnesOut)
+{
+    Logger().SetOutputStream(L"log/app-%T.txt", 100, 2);
+    Write(TextForLineOf(100));
+    Write(TextForLineOf(100));
+    ASSERT_EQ(m_Dir.Read("log/app-20240517-134510.txt").size(), 100U);
+    g_Writes = {{ENOSPC, 0}, {ENOSPC, 0}};
+
+    Write(TextForLineOf(100));
+    Write(TextForLineOf(100));
+
+    EXPECT_EQ(m_Dir.Names("log"), (Names{"app-20240517-134511.txt", "app-20240517-134512.txt", "app.txt"}));
+    EXPECT_EQ(m_Dir.Read("log/app-20240517-134511.txt"), "");
+    EXPECT_EQ(m_Dir.Read("log/app-20240517-134512.txt"), "");
+}
+
 } // namespace
