@@ -74,14 +74,11 @@ BENCH_I386_PACKAGES=(
     libbenchmark-dev:i386 # the benchmarks of throughput, 32 bits; of the peers only spdlog can be had
 )
 
-# To build for 32-bit x86. ACE comes from scripts/i386-sysroot.
-I386_PACKAGES=(
-    g++-multilib    # g++ -m32 and its libraries
-    libstdc++6:i386 # the run-time library of a 32-bit system, which our packages for it depend on
-)
-# To build and run the tests for it.
+# To build and test for 32-bit x86. ACE comes from scripts/i386-sysroot.
 # shellcheck disable=SC2034
-I386_TEST_PACKAGES=(
+I386_PACKAGES=(
+    g++-multilib      # g++ -m32 and its libraries
+    libstdc++6:i386   # the run-time library of a 32-bit system, which our packages for it depend on
     libgtest-dev:i386 # GoogleTest, 32 bits
     libgmock-dev:i386 # its matchers, 32 bits
 )
