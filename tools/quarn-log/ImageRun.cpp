@@ -26,13 +26,13 @@ SOutputStyle StyleOf(const SReadOptions& options)
 ImageRun::ImageRun(const std::string& program, const SReadOptions& options)
     : m_Options(options)
     , m_Output(stdout, program, MakeWriter(options.format, StyleOf(options)))
-    , m_Input(options.image)
 {
+    Reopen();
 }
 
 int ImageRun::ForEachQueue(const Visitor& visitor)
 {
-    ImageScanner scanner(m_Input);
+    ImageScanner scanner(*m_Input);
     unsigned int queues = 0;
     scanner.ForEachQueue([&](std::uint64_t offset, const unsigned char* bytes, std::size_t size) {
         if (++queues > 1) {
@@ -53,18 +53,27 @@ int ImageRun::ForEachQueue(const Visitor& visitor)
 
 int ImageRun::End(bool found)
 {
-    if (!m_Output.Flush()) {
-        Notice("standard output did not take everything");
-        return EXIT_CANNOT_WRITE;
+    const int exitCode = EndByUser();
+    if (exitCode != EXIT_FOUND) {
+        return exitCode;
     }
-    if (m_Input.Error() != 0) {
-        Notice(std::strerror(m_Input.Error()));
+    if (m_Input->Error() != 0) {
+        Notice(std::strerror(m_Input->Error()));
         return EXIT_CANNOT_READ;
     }
     if (!found) {
         Notice("no queue found");
     }
     return found ? EXIT_FOUND : EXIT_NO_QUEUE;
+}
+
+int ImageRun::EndByUser()
+{
+    if (m_Output.Flush()) {
+        return EXIT_FOUND;
+    }
+    Notice("standard output did not take everything");
+    return EXIT_CANNOT_WRITE;
 }
 
 void ImageRun::Notice(const std::string& text) { m_Output.Notice(m_Options.image + ": " + text); }

@@ -33,7 +33,7 @@ void ImageScanner::ForEachQueue(const Visitor& visitor)
                 return;
             }
             m_Place += STEP;
-        } else if (m_AtEnd) {
+        } else if (m_AtEnd || (m_Stop && m_Stop())) {
             return;
         } else {
             Refill(found);

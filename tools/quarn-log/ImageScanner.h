@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace Quarn::Logging::Tool {
@@ -26,6 +27,9 @@ public:
 
     explicit ImageScanner(InputFile& input);
 
+    /// Has the scan end where a function says so, which is asked now and then.
+    void SetStop(std::function<bool()> stop) { m_Stop = std::move(stop); }
+
     /// Calls visitor for each queue in the order of the image.
     void ForEachQueue(const Visitor& visitor);
 
@@ -39,6 +43,7 @@ private:
     void Refill(bool headerFound);
 
     InputFile& m_Input;
+    std::function<bool()> m_Stop;
     std::vector<unsigned char> m_Window;
     std::size_t m_Filled = 0;             ///< Bytes in the window.
     std::size_t m_Place = 0;              ///< Where the search has come to in the window.
