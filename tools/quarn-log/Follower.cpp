@@ -58,7 +58,9 @@ bool Follower::Poll()
     if (m_Run && IsUnchanged(m_Last, before)) {
         return true;
     }
-    if (!ReadBlock(m_FirstCopy) || !ReadBlock(m_SecondCopy)) {
+    const std::size_t size = ReadBlock(m_FirstCopy);
+    ReadBlock(m_SecondCopy);
+    if (m_Input.Error() != 0) {
         return false;
     }
     if (!ReadHeader(after)) {
@@ -70,7 +72,7 @@ bool Follower::Poll()
         }
         return true;
     }
-    const QueueReader queue(m_FirstCopy.data(), m_FirstCopy.size());
+    const QueueReader queue(m_FirstCopy.data(), size);
     Account(LookAt(queue, before, after));
     return true;
 }
@@ -90,12 +92,12 @@ bool Follower::ReadHeader(SLogQueueHeader& header)
     return got == sizeof header && header.HoldsQueue();
 }
 
-/// What the file does not have is zero.
-bool Follower::ReadBlock(std::vector<unsigned char>& block)
+/// Bytes that the file has; what it does not have is zero.
+std::size_t Follower::ReadBlock(std::vector<unsigned char>& block)
 {
     const std::size_t got = m_Input.ReadAt(m_Offset, block.data(), block.size());
     std::memset(block.data() + got, 0, block.size() - got);
-    return m_Input.Error() == 0;
+    return got;
 }
 
 Follower::SLook Follower::LookAt(const QueueReader& queue, const SLogQueueHeader& before,
@@ -105,12 +107,10 @@ Follower::SLook Follower::LookAt(const QueueReader& queue, const SLogQueueHeader
     std::vector<SRecordView> records = queue.All();
     std::sort(records.begin(), records.end(),
               [](const SRecordView& a, const SRecordView& b) { return a.position < b.position; });
-    std::uint64_t end = 0; // of the record before: what begins inside it is a text that looks like a record
     for (const SRecordView& record : records) {
-        if (record.position < end || !record.whole || !queue.IsSameIn(m_SecondCopy.data(), record)) {
+        if (!record.whole || LiesInside(look, record) || !queue.IsSameIn(m_SecondCopy.data(), record)) {
             continue;
         }
-        end = std::uint64_t{record.position} + record.size;
         const bool isOld = queue.IsSameIn(m_LastCopy.data(), record);
         const bool isKnown = isOld && std::binary_search(m_Known.begin(), m_Known.end(), record.position);
         look.records.push_back({record, isKnown});
@@ -118,6 +118,16 @@ Follower::SLook Follower::LookAt(const QueueReader& queue, const SLogQueueHeader
         look.contradiction = look.contradiction || (m_Run && !isOld && IsBefore(record.sequence, m_Run->next));
     }
     return look;
+}
+
+/// Whether a record begins in the one found before: it is a text that looks like a record.
+bool Follower::LiesInside(const SLook& look, const SRecordView& record)
+{
+    if (look.records.empty()) {
+        return false;
+    }
+    const SRecordView& before = look.records.back().view;
+    return record.position < before.position + before.size; // both in the buffer, so the sum is, too
 }
 
 Follower::Relation Follower::RelationOf(const SLook& look) const

@@ -4,6 +4,7 @@
 #include "InputFile.h"
 #include "QueueReader.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -99,8 +100,9 @@ private:
     };
 
     bool ReadHeader(SLogQueueHeader& header);
-    bool ReadBlock(std::vector<unsigned char>& block);
+    std::size_t ReadBlock(std::vector<unsigned char>& block);
     SLook LookAt(const QueueReader& queue, const SLogQueueHeader& before, const SLogQueueHeader& after) const;
+    static bool LiesInside(const SLook& look, const SRecordView& record);
     Relation RelationOf(const SLook& look) const;
     bool IsBelievable(const SLook& look) const;
     void Account(const SLook& look);
