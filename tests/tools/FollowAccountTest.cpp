@@ -135,7 +135,7 @@ TEST_F(FollowAccountTest, NothingThatWasSentIsMissingFromTheAccount)
     };
     std::vector<SRun> runs;
     FollowedTool tool(m_Dir.File("region"), "0.002", m_Dir.File("output").c_str());
-    for (int run = 0; run < ByDepth(8, 300); ++run) {
+    for (int run = 0; run < ByDepth(8, 100); ++run) {
         const char* const how = run % 3 == 1 ? "full" : "laps";
         const int count = run % 4 == 0 ? 100 : 52905;
         const bool isComplete = run % 4 != 3;

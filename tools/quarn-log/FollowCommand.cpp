@@ -1,3 +1,4 @@
+#include "ExitCode.h"
 #include "FollowPrinter.h"
 #include "Follower.h"
 #include "ImageRun.h"
@@ -76,6 +77,9 @@ public:
     {
         for (;;) {
             if (!WaitForQueue()) {
+                if (m_IsCompressed) {
+                    return EXIT_CANNOT_READ;
+                }
                 return m_IsStopping ? m_Run.EndByUser() : m_Run.End(false);
             }
             if (!FollowQueue()) {
@@ -95,7 +99,7 @@ private:
         while (!FindQueue()) {
             const int error = m_Run.Input().Error();
             m_IsStopping = m_IsStopping || m_Signals.HaveCome();
-            if (m_IsStopping || (error != 0 && !IsMissing(error))) {
+            if (m_IsStopping || m_IsCompressed || (error != 0 && !IsMissing(error))) {
                 return false;
             }
             bool& said = error != 0 ? saidMissing : saidEmpty;
@@ -120,6 +124,7 @@ private:
             found = true;
             return false;
         });
+        m_IsCompressed = !found && m_Run.ExplainCompressed(scanner.Start());
         return found;
     }
 
@@ -151,6 +156,7 @@ private:
     EndSignals m_Signals;
     std::uint64_t m_Offset = 0;
     bool m_IsStopping = false;
+    bool m_IsCompressed = false;
 };
 
 Action AddTo(CLI::App& app)

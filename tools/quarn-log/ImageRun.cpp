@@ -7,17 +7,25 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace Quarn::Logging::Tool {
 
 namespace {
 
+/// Whether the user wants no colours of any program.
+bool IsColorUnwanted()
+{
+    const char* const value = std::getenv("NO_COLOR");
+    return value != nullptr && *value != '\0';
+}
+
 SOutputStyle StyleOf(const SReadOptions& options)
 {
     SOutputStyle style;
     style.toTerminal = isatty(STDOUT_FILENO) == 1;
-    style.color = options.color == "always" || (options.color == "auto" && style.toTerminal);
+    style.color = options.color == "always" || (options.color == "auto" && style.toTerminal && !IsColorUnwanted());
     return style;
 }
 
@@ -48,7 +56,8 @@ int ImageRun::ForEachQueue(const Visitor& visitor)
     if (scanner.Skipped() != 0) {
         Notice(std::to_string(scanner.Skipped()) + " headers left out, too many lie on top of each other");
     }
-    return End(queues != 0);
+    const bool found = queues != 0;
+    return !found && ExplainCompressed(scanner.Start()) ? EXIT_CANNOT_READ : End(found);
 }
 
 int ImageRun::End(bool found)
@@ -65,6 +74,15 @@ int ImageRun::End(bool found)
         Notice("no queue found");
     }
     return found ? EXIT_FOUND : EXIT_NO_QUEUE;
+}
+
+bool ImageRun::ExplainCompressed(const ImageStart& start)
+{
+    const std::string pipe = PipeFor(start, m_Options.image);
+    if (!pipe.empty()) {
+        Notice("is compressed, read it with: " + pipe);
+    }
+    return !pipe.empty();
 }
 
 int ImageRun::EndByUser()

@@ -1,6 +1,7 @@
 #ifndef QUARN_TOOL_IMAGE_RUN_H
 #define QUARN_TOOL_IMAGE_RUN_H
 
+#include "Compression.h"
 #include "InputFile.h"
 #include "Output.h"
 #include "QueueReader.h"
@@ -31,6 +32,9 @@ public:
 
     /// The same if the user has ended the run, which then went well but for what could not be printed.
     int EndByUser();
+
+    /// Whether an image without a queue is a compressed one; says how to read it then.
+    bool ExplainCompressed(const ImageStart& start);
 
     /// Opens the image again.
     void Reopen() { m_Input.emplace(m_Options.image); }

@@ -1,6 +1,7 @@
 #ifndef QUARN_TOOL_IMAGE_SCANNER_H
 #define QUARN_TOOL_IMAGE_SCANNER_H
 
+#include "Compression.h"
 #include "InputFile.h"
 
 #include <deque>
@@ -33,6 +34,9 @@ public:
     /// Calls visitor for each queue in the order of the image.
     void ForEachQueue(const Visitor& visitor);
 
+    /// What the image begins with; zeros where it is shorter.
+    const ImageStart& Start() const { return m_ImageStart; }
+
     /// Headers that MAX_OVERLAPPING left out.
     unsigned int Skipped() const { return m_Skipped; }
 
@@ -44,6 +48,7 @@ private:
 
     InputFile& m_Input;
     std::function<bool()> m_Stop;
+    ImageStart m_ImageStart{};
     std::vector<unsigned char> m_Window;
     std::size_t m_Filled = 0;             ///< Bytes in the window.
     std::size_t m_Place = 0;              ///< Where the search has come to in the window.
