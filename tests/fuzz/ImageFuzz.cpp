@@ -140,7 +140,7 @@ RecordFilter MakeFilter(FuzzedDataProvider& data)
         filter.categories = {5, 6};
     }
     const std::string since = data.ConsumeRandomLengthString(40);
-    filter.sinceMs = since.empty() ? std::nullopt : ParseTime(since);
+    filter.sinceMs = since.empty() ? std::nullopt : ParseTime(since, 1715953509123, Ambiguous::LAST);
     return filter;
 }
 

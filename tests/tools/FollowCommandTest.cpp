@@ -6,6 +6,9 @@
 
 #include <sys/mman.h>
 
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 using namespace Quarn::Logging;
@@ -100,15 +103,122 @@ TEST_F(FollowCommandTest, NextRunIsFollowedFromItsBeginning)
     tool.ReadLine();
 
     m_pQueue->ClearAll();
-    m_pQueue->SetStartTime(Image::START_TIME + 1);
+    m_pQueue->SetStartTime(Image::START_TIME + 1); // it may look between the two
     Write(L"of the second run");
 
-    std::string line = tool.ReadLine();
-    EXPECT_EQ(line, "quarn-log follow: the queue was started anew");
-    while (line == "quarn-log follow: the queue was started anew") { // it may look between the two steps of a start
-        line = tool.ReadLine();
-    }
-    EXPECT_EQ(line, "axis.cpp:7: info: m=1 t=2024.05.17-13:45:10.000 tid=0x1a2b: of the second run");
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: end of the run: 2 records read, 0 overwritten before they could be "
+                               "read, at least 0 messages dropped by the writer; unknown from number 2 on");
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: the queue was started anew");
+    EXPECT_EQ(tool.ReadLine(), "axis.cpp:7: info: m=1 t=2024.05.17-13:45:10.000 tid=0x1a2b: of the second run");
+    EXPECT_EQ(tool.Stop(SIGTERM), 0);
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: end of the run: 1 records read, 0 overwritten before they could be "
+                               "read, 0 messages dropped by the writer");
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: in 2 runs: 3 records read, at least 0 overwritten before they could "
+                               "be read, at least 0 messages dropped by the writer");
+}
+
+TEST_F(FollowCommandTest, CountsAreOfAllRecordsWhateverTheFilter)
+{
+    Write(L"an info");
+    m_pQueue->WriteMessage(4000, 1, 9.0, 0x1A2B, "axis.cpp", 7, L"an error");
+    FollowedTool tool(Region(), "0.001", {"--level", "error"});
+    EXPECT_THAT(tool.ReadLine(), testing::EndsWith(" an error"));
+
+    tool.Stop(SIGTERM);
+
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: end of the run: 2 records read, 1 of them shown, 0 overwritten "
+                               "before they could be read, 0 messages dropped by the writer");
+}
+
+TEST_F(FollowCommandTest, DropsAreToldAsTheyAppear)
+{
+    const std::wstring large(400000, L'x');
+    Write(L"first");
+    FollowedTool tool(Region(), "0.001");
+    tool.ReadLine();
+
+    Write(large);
+    tool.ReadLine();
+    Write(large);
+
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: 1 messages were dropped by the writer, 1 in this run");
+}
+
+TEST_F(FollowCommandTest, RecordsOfARunThatIsJoinedAreNotCalledLost)
+{
+    *reinterpret_cast<std::uint32_t*>(static_cast<unsigned char*>(m_pMemory) + QueueBlock::Sequence) = 4711;
+    Write(L"first");
+    FollowedTool tool(Region(), "0.001");
+
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: the first record is number 4711 of its run");
+    EXPECT_EQ(tool.ReadLine(), Line("first"));
+}
+
+TEST_F(FollowCommandTest, FileThatIsNotThereYetIsWaitedFor)
+{
+    const std::string name = m_Dir.File("later");
+    FollowedTool tool(name, "0.001");
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: " + name + ": No such file or directory, waiting for it");
+    Write(L"a text");
+
+    std::filesystem::copy_file(Region(), m_Dir.File("copy"));
+    std::filesystem::rename(m_Dir.File("copy"), name);
+
+    EXPECT_EQ(tool.ReadLine(), Line("a text"));
+}
+
+TEST_F(FollowCommandTest, QueueThatIsNotThereYetIsWaitedFor)
+{
+    m_Dir.Write("empty", "");
+    const std::string name = m_Dir.File("empty");
+    FollowedTool tool(name, "0.001");
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: " + name + ": no queue found, waiting for one");
+    Image image;
+    image.Write(L"a text");
+
+    std::fstream file(name, std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(QueueBlock::HEADER) << image.Bytes().substr(QueueBlock::HEADER) << std::flush;
+    file.seekp(0) << image.Bytes().substr(0, QueueBlock::HEADER) << std::flush;
+
+    EXPECT_EQ(tool.ReadLine(), Line("a text"));
+}
+
+TEST_F(FollowCommandTest, EndWhileItWaitsIsASuccess)
+{
+    FollowedTool tool(m_Dir.File("later"), "3600");
+    tool.ReadLine();
+
+    EXPECT_EQ(tool.Stop(SIGINT), 0);
+    EXPECT_EQ(tool.ReadLine(), "");
+}
+
+TEST_F(FollowCommandTest, FileThatReplacesTheFollowedOneIsFollowed)
+{
+    Write(L"of the old file");
+    FollowedTool tool(Region(), "0.001");
+    EXPECT_EQ(tool.ReadLine(), Line("of the old file"));
+    Image image;
+    image.Write(L"of the new file");
+    m_Dir.Write("new", image.Bytes());
+
+    std::filesystem::rename(m_Dir.File("new"), Region());
+
+    EXPECT_THAT(tool.ReadLine(), testing::StartsWith("quarn-log follow: end of the run: 1 records read, "));
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: " + Region() + ": is another file now");
+    EXPECT_EQ(tool.ReadLine(), "quarn-log follow: the queue was started anew");
+    EXPECT_EQ(tool.ReadLine(), Line("of the new file"));
+}
+
+TEST_F(FollowCommandTest, FileThatIsRemovedIsFollowedOn)
+{
+    Write(L"first");
+    FollowedTool tool(Region(), "0.001");
+    tool.ReadLine();
+    std::filesystem::remove(Region());
+
+    Write(L"second");
+
+    EXPECT_EQ(tool.ReadLine(), Line("second"));
 }
 
 /// A text of one number again and again, so that no part of another text fits into it.
@@ -157,11 +267,11 @@ TEST_F(FollowCommandTest, NoRecordIsTornWhileAWriterGoesRoundTheRing)
     }
 }
 
-TEST(FollowCommandStartTest, FileWithoutAQueueIsNotFollowed)
+TEST(FollowCommandStartTest, FolderCannotBeFollowed)
 {
-    const SFinishedProcess run = RunOnBytes("nothing", "follow");
+    const TempDir dir;
 
-    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(RunTool("follow " + Quoted(dir.Path().string())).exitCode, 3);
 }
 
 } // namespace

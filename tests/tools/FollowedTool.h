@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <vector>
 
 namespace QuarnTest {
 
@@ -15,34 +16,37 @@ namespace QuarnTest {
 class FollowedTool
 {
 public:
-    FollowedTool(const std::string& file, const char* interval)
-        : FollowedTool(QUARN_LOG, "follow", file, interval)
+    FollowedTool(const std::string& file, const char* interval, const std::vector<std::string>& options = {})
+        : FollowedTool(QUARN_LOG, "follow", file, interval, options)
     {
     }
     /// @param[in] how  the first argument
-    FollowedTool(const char* program, const char* how, const std::string& file, const char* interval)
+    FollowedTool(const char* program, const char* how, const std::string& file, const char* interval,
+                 const std::vector<std::string>& options = {})
     {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0) {
             return;
         }
-        m_Pid = fork();
-        if (m_Pid == 0) {
-            dup2(ends[1], STDOUT_FILENO);
-            dup2(ends[1], STDERR_FILENO);
-            setenv("TZ", "UTC", 1);
-            execl(program, program, how, "--interval", interval, file.c_str(), nullptr);
-            _exit(127);
-        }
+        Start({program, how, "--interval", interval, file}, options, ends[1]);
         close(ends[1]);
         m_Output = ends[0];
+    }
+    /// With its output in a file, where it waits for nobody.
+    FollowedTool(const std::string& file, const char* interval, const char* output)
+    {
+        const int fd = open(output, O_WRONLY | O_APPEND | O_CLOEXEC);
+        Start({QUARN_LOG, "follow", "--interval", interval, file}, {}, fd);
+        close(fd);
     }
     ~FollowedTool()
     {
         if (m_Pid > 0) {
             Stop(SIGKILL);
         }
-        close(m_Output);
+        if (m_Output >= 0) {
+            close(m_Output);
+        }
     }
     FollowedTool(const FollowedTool&) = delete;
     FollowedTool& operator=(const FollowedTool&) = delete;
@@ -76,6 +80,24 @@ public:
     }
 
 private:
+    void Start(std::vector<std::string> arguments, const std::vector<std::string>& options, int output)
+    {
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        std::vector<char*> argv;
+        for (std::string& argument : arguments) {
+            argv.push_back(argument.data());
+        }
+        argv.push_back(nullptr);
+        m_Pid = fork();
+        if (m_Pid == 0) {
+            dup2(output, STDOUT_FILENO);
+            dup2(output, STDERR_FILENO);
+            setenv("TZ", "UTC", 1);
+            execv(argv[0], argv.data());
+            _exit(127);
+        }
+    }
+
     pid_t m_Pid = -1;
     int m_Output = -1;
     std::string m_Pending;

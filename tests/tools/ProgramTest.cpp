@@ -99,7 +99,7 @@ TEST_F(OldNameTest, HelpHasTheOldOptionsAndNoOther)
 {
     const std::string help = RunOldName("--help").output;
 
-    EXPECT_THAT(help, testing::HasSubstr("Usage: quarn-logdump [OPTIONS] image\n"));
+    EXPECT_THAT(help, testing::HasSubstr("Usage: quarn-logdump [OPTIONS] [image]\n"));
     for (const char* option : {"--json", "--level", "--category", "--since", "--until", "--all", "--info", "--follow",
                                "--interval", "--color", "--version"}) {
         EXPECT_THAT(help, testing::HasSubstr(option));
@@ -109,7 +109,7 @@ TEST_F(OldNameTest, HelpHasTheOldOptionsAndNoOther)
 
 TEST_F(OldNameTest, WrongCommandLinesAreRefused)
 {
-    for (const char* arguments : {"", "show image", "--follow --info image", "--follow -", "--output json image"}) {
+    for (const char* arguments : {"show image", "--follow --info image", "--follow -", "--output json image"}) {
         const SFinishedProcess run = RunOldName(arguments);
         EXPECT_EQ(run.exitCode, 2) << arguments;
         EXPECT_THAT(run.errors, testing::StartsWith("quarn-logdump: ")) << arguments;

@@ -51,6 +51,35 @@ TEST(ShowImageTest, WhatTruncationLeftIsPrinted)
     EXPECT_EQ(run.exitCode, 0);
 }
 
+/// The second record begins at 176: its text at 228, its file name at 272, padding at 281.
+TEST(ShowImageTest, RecordThatTheImageCutsOffIsMarked)
+{
+    constexpr const char* MARK = " [cut off by the end of the image]\n";
+    constexpr const char* FRONT = ":7: info: m=1 t=2024.05.17-13:45:09.000 tid=0x1a2b: ";
+    Image image;
+    image.Write(L"7 chars");
+    image.Write(L"is cut off");
+    const std::string bytes = image.Bytes();
+    const std::string first = InfoLine("7 chars");
+
+    EXPECT_EQ(ShowBytes(bytes.substr(0, 228)).output, first + FRONT + MARK);
+    EXPECT_EQ(ShowBytes(bytes.substr(0, 252)).output, first + FRONT + "is cut" + MARK);
+    EXPECT_EQ(ShowBytes(bytes.substr(0, 276)).output, first + "axis" + FRONT + "is cut off" + MARK);
+    EXPECT_EQ(ShowBytes(bytes.substr(0, 280)).output, first + "axis.cpp" + FRONT + "is cut off" + MARK);
+    EXPECT_EQ(ShowBytes(bytes.substr(0, 281)).output, first + InfoLine("is cut off"));
+    EXPECT_THAT(ShowBytes(bytes.substr(0, 252), "--json").output,
+                testing::AllOf(testing::HasSubstr("\"cut_off\":false"), testing::HasSubstr("\"cut_off\":true")));
+}
+
+TEST(ShowImageTest, CharacterThatTheImageCutsOffIsLeftOut)
+{
+    Image image;
+    image.Write(L"a\u20AC");
+    const std::string bytes = image.Bytes(); // the text is at 132
+
+    EXPECT_THAT(ShowBytes(bytes.substr(0, 137)).output, testing::EndsWith(": a [cut off by the end of the image]\n"));
+}
+
 TEST(ShowImageTest, SignatureAtTheVeryEndIsEnough)
 {
     const std::string bytes = ImageWith(L"gone");

@@ -19,7 +19,7 @@ TEST(ShowJsonTest, ObjectHasEveryFieldOfTheRecord)
                           "\"monotonic_time\":2.5,\"wall_time\":1715953502.5,"
                           "\"wall_time_iso\":\"2024-05-17T13:45:02.500000Z\",\"thread_id\":6699,"
                           "\"file\":\"axis.cpp\",\"line\":7,\"text\":\"\\\"quoted\\\"\\n\","
-                          "\"position\":96,\"size\":104,\"next\":200,\"delivered\":false}\n");
+                          "\"position\":96,\"size\":104,\"next\":200,\"cut_off\":false,\"delivered\":false}\n");
     EXPECT_EQ(run.exitCode, 0);
 }
 

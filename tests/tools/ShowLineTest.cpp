@@ -89,6 +89,20 @@ TEST(ShowLineTest, ColorIsShownOnATerminalUnlessForbidden)
     EXPECT_THAT(never.output, testing::Not(testing::HasSubstr("\x1b[31m")));
 }
 
+TEST(ShowLineTest, NoColorInTheEnvironmentIsHeeded)
+{
+    const TempDir dir;
+    dir.Write("image", LevelsImage());
+    const std::string command = QUARN_LOG " show " + Quoted(dir.File("image"));
+    const auto runWith = [](const std::string& environment, const std::string& line) {
+        return RunCommand(environment + " script -qec " + Quoted(line) + " /dev/null").output;
+    };
+
+    EXPECT_THAT(runWith("NO_COLOR=1", command), testing::Not(testing::HasSubstr("\x1b[31m")));
+    EXPECT_THAT(runWith("NO_COLOR=", command), testing::HasSubstr("\x1b[31m"));
+    EXPECT_THAT(runWith("NO_COLOR=1", command + " --color=always"), testing::HasSubstr("\x1b[31m"));
+}
+
 TEST(ShowLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
 {
     Image image;
@@ -111,6 +125,26 @@ TEST(ShowLineTest, LevelMayBeNamed)
 {
     EXPECT_EQ(ShowBytes(LevelsImage(), "--level warning").output,
               std::string(WARNING_LINE) + ERROR_LINE + NAMELESS_LINE);
+}
+
+TEST(ShowLineTest, LevelMayBeALetterOfAnOptionsString)
+{
+    for (const char* level : {"w", "W", "warn", "WARNING", "2"}) {
+        EXPECT_EQ(ShowBytes(LevelsImage(), std::string("--level ") + level).output,
+                  std::string(WARNING_LINE) + ERROR_LINE + NAMELESS_LINE)
+            << level;
+    }
+}
+
+TEST(ShowLineTest, SpanMayBeAWordOfItsOwn)
+{
+    for (const char* option : {"--since -1h", "--since=-1h", "--until -1h --since -7000d", "--since @1715953505.25",
+                               "--since yesterday", "--until=now"}) {
+        const SFinishedProcess run = ShowBytes(LevelsImage(), option);
+        EXPECT_EQ(run.exitCode, 0) << option << run.errors;
+    }
+    EXPECT_EQ(ShowBytes(LevelsImage(), "--since -1h").output, "");
+    EXPECT_EQ(ShowBytes(LevelsImage(), "--since @1715953505.25").output, NAMELESS_LINE);
 }
 
 TEST(ShowLineTest, CategoriesAddUp)

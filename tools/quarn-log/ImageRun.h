@@ -1,6 +1,7 @@
 #ifndef QUARN_TOOL_IMAGE_RUN_H
 #define QUARN_TOOL_IMAGE_RUN_H
 
+#include "Compression.h"
 #include "InputFile.h"
 #include "Output.h"
 #include "QueueReader.h"
@@ -8,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace Quarn::Logging::Tool {
@@ -28,16 +30,25 @@ public:
     /// The exit code, and what there is to say with it.
     int End(bool found);
 
+    /// The same if the user has ended the run, which then went well but for what could not be printed.
+    int EndByUser();
+
+    /// Whether an image without a queue is a compressed one; says how to read it then.
+    bool ExplainCompressed(const ImageStart& start);
+
+    /// Opens the image again.
+    void Reopen() { m_Input.emplace(m_Options.image); }
+
     /// Says something about the image on standard error.
     void Notice(const std::string& text);
 
-    InputFile& Input() { return m_Input; }
+    InputFile& Input() { return *m_Input; }
     Output& Printed() { return m_Output; }
 
 private:
     const SReadOptions& m_Options;
     Output m_Output;
-    InputFile m_Input;
+    std::optional<InputFile> m_Input;
 };
 
 } // namespace Quarn::Logging::Tool

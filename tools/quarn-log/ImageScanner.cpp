@@ -33,7 +33,7 @@ void ImageScanner::ForEachQueue(const Visitor& visitor)
                 return;
             }
             m_Place += STEP;
-        } else if (m_AtEnd) {
+        } else if (m_AtEnd || (m_Stop && m_Stop())) {
             return;
         } else {
             Refill(found);
@@ -95,6 +95,9 @@ void ImageScanner::Refill(bool headerFound)
     }
     const std::size_t wanted = WINDOW - m_Filled;
     const std::size_t got = m_Input.Read(&m_Window[m_Filled], wanted);
+    if (m_Start == 0 && m_Filled == 0) {
+        std::copy_n(m_Window.begin(), std::min(got, m_ImageStart.size()), m_ImageStart.begin());
+    }
     m_Filled += got;
     m_AtEnd = got < wanted;
 }

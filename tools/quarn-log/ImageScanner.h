@@ -1,10 +1,12 @@
 #ifndef QUARN_TOOL_IMAGE_SCANNER_H
 #define QUARN_TOOL_IMAGE_SCANNER_H
 
+#include "Compression.h"
 #include "InputFile.h"
 
 #include <deque>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace Quarn::Logging::Tool {
@@ -26,8 +28,14 @@ public:
 
     explicit ImageScanner(InputFile& input);
 
+    /// Has the scan end where a function says so, which is asked now and then.
+    void SetStop(std::function<bool()> stop) { m_Stop = std::move(stop); }
+
     /// Calls visitor for each queue in the order of the image.
     void ForEachQueue(const Visitor& visitor);
+
+    /// What the image begins with; zeros where it is shorter.
+    const ImageStart& Start() const { return m_ImageStart; }
 
     /// Headers that MAX_OVERLAPPING left out.
     unsigned int Skipped() const { return m_Skipped; }
@@ -39,6 +47,8 @@ private:
     void Refill(bool headerFound);
 
     InputFile& m_Input;
+    std::function<bool()> m_Stop;
+    ImageStart m_ImageStart{};
     std::vector<unsigned char> m_Window;
     std::size_t m_Filled = 0;             ///< Bytes in the window.
     std::size_t m_Place = 0;              ///< Where the search has come to in the window.

@@ -110,6 +110,14 @@ void InputFile::SkipHole(std::uint64_t margin)
     m_Offset = target;
 }
 
+bool InputFile::IsReplaced(const std::string& name) const
+{
+    struct stat64 mine;
+    struct stat64 named;
+    return fstat64(m_Fd, &mine) == 0 && stat64(name.c_str(), &named) == 0 &&
+           (mine.st_dev != named.st_dev || mine.st_ino != named.st_ino);
+}
+
 bool InputFile::MapInstead()
 {
     if (!IsMemoryDevice(m_Fd)) {

@@ -30,6 +30,9 @@ public:
     /// If nothing but a hole of a sparse file follows up to an offset, moves Read()'s place there, less a margin.
     void SkipHole(std::uint64_t margin);
 
+    /// Whether the name stands for another file by now. Not if it stands for none.
+    bool IsReplaced(const std::string& name) const;
+
     /// Bytes from the beginning to where the next Read() continues.
     std::uint64_t Offset() const { return m_Offset; }
 

@@ -41,6 +41,7 @@ public:
                                          {"position", record.position},
                                          {"size", record.size},
                                          {"next", record.next},
+                                         {"cut_off", record.cutOff},
                                          {"delivered", IsDelivered(record, header)}});
         return m_ToTerminal ? WithoutControls(json) : json; // JSON escapes some control characters, but not all
     }

@@ -16,8 +16,9 @@ bool IsEarlierInBuffer(const SRecordView& a, const SRecordView& b) { return a.po
 
 QueueReader::QueueReader(const unsigned char* bytes, std::size_t size)
     : m_pBlock(std::make_unique<SBlock>())
+    , m_Size(std::min(size, sizeof m_pBlock->bytes))
 {
-    std::memcpy(m_pBlock->bytes, bytes, std::min(size, sizeof m_pBlock->bytes));
+    std::memcpy(m_pBlock->bytes, bytes, m_Size);
     std::memcpy(&m_Header, m_pBlock->bytes, sizeof m_Header);
     m_pQueue = new (m_pBlock->bytes) CQLogQueue(true);
     m_WholeRecords = m_pQueue->GetCount();
@@ -29,7 +30,23 @@ QueueReader::QueueReader(const unsigned char* bytes, std::size_t size)
 
 QueueReader::~QueueReader() { m_pQueue->~CQLogQueue(); }
 
-SRecordView QueueReader::ViewOf(const SLogRecord& record) const
+/// What is missing of a record reads as zero, which ends its strings. A character of which only the first bytes are
+/// there would be another one, and is zeroed, too.
+bool QueueReader::IsCutOff(std::size_t offset, const SLogRecord& record)
+{
+    const std::size_t text = offset + sizeof record;
+    const std::uint64_t file = text + SLogRecord::FileOffset(record.textLength);
+    if (file + record.fileLength + 1 <= m_Size) {
+        return false;
+    }
+    if (m_Size > text && m_Size < file) {
+        const std::size_t partial = (m_Size - text) % sizeof(wchar_t);
+        std::memset(m_pBlock->bytes + m_Size - partial, 0, partial);
+    }
+    return true;
+}
+
+SRecordView QueueReader::ViewOf(const SLogRecord& record)
 {
     const auto* const address = reinterpret_cast<const unsigned char*>(&record);
     const auto offset = static_cast<std::size_t>(address - m_pBlock->bytes);
@@ -43,6 +60,7 @@ SRecordView QueueReader::ViewOf(const SLogRecord& record) const
             record.size,
             record.next,
             record.IsWhole(),
+            IsCutOff(offset, record),
             reinterpret_cast<const char*>(record.Text() + SLogRecord::FileOffset(record.textLength)),
             reinterpret_cast<const wchar_t*>(record.Text())};
 }

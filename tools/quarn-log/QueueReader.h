@@ -22,7 +22,8 @@ struct SRecordView
     int line;
     std::uint32_t size; ///< Bytes.
     std::uint32_t next;
-    bool whole; ///< Whether it has its markers. The reader of a queue does not ask for them.
+    bool whole;  ///< Whether it has its markers. The reader of a queue does not ask for them.
+    bool cutOff; ///< Whether its end is missing from the image, and so that of its text or file name.
     const char* file;
     const wchar_t* text;
 };
@@ -81,9 +82,11 @@ private:
     void ReadChain();
     void AddHiddenOfChain();
     void SortAll();
-    SRecordView ViewOf(const SLogRecord& record) const;
+    SRecordView ViewOf(const SLogRecord& record);
+    bool IsCutOff(std::size_t offset, const SLogRecord& record);
 
     std::unique_ptr<SBlock> m_pBlock;
+    std::size_t m_Size; ///< Bytes of the block that there are.
     SLogQueueHeader m_Header;
     CQLogQueue* m_pQueue = nullptr; ///< Lives in the block.
     unsigned int m_WholeRecords = 0;

@@ -1,14 +1,11 @@
 #include "ReadOptions.h"
 
+#include "LevelText.h"
 #include "TimeText.h"
-
-#include <QuarnLogging/Logging.h>
 
 #include <CLI/CLI.hpp>
 
-#include <charconv>
-#include <map>
-#include <system_error>
+#include <chrono>
 
 namespace Quarn::Logging::Tool {
 
@@ -19,29 +16,28 @@ constexpr double MAX_INTERVAL = 3600; // s
 void AddLevel(CLI::App& app, RecordFilter& filter)
 {
     const auto parse = [&filter](const std::string& text) {
-        static const std::map<std::string, int> NAMES = {
-            {"debug", LEVEL_DEBUG}, {"info", LEVEL_INFO}, {"warning", LEVEL_WARNING}, {"error", LEVEL_ERROR}};
-        const auto name = NAMES.find(text);
-        int number = 0;
-        const char* const end = text.data() + text.size();
-        const std::from_chars_result parsed = std::from_chars(text.data(), end, number);
-        if (name != NAMES.end()) {
-            number = name->second;
-        } else if (parsed.ec != std::errc() || parsed.ptr != end) {
-            throw CLI::ValidationError("--level", "neither debug, info, warning, error nor a number: " + text);
+        filter.level = ParseLevel(text);
+        if (!filter.level) {
+            throw CLI::ValidationError("--level", "not a level: " + text + "; it takes " + LEVEL_FORMS);
         }
-        filter.level = number;
     };
-    app.add_option_function<std::string>("--level", parse, "Only records of this level (name or number) and above")
+    app.add_option_function<std::string>("--level", parse, "Only records of this level (w, warning, 3000) and above")
         ->type_name("LEVEL");
 }
 
-void AddTime(CLI::App& app, const std::string& name, std::optional<std::int64_t>& milliseconds, const std::string& text)
+std::int64_t NowMs()
 {
-    const auto parse = [&milliseconds, name](const std::string& time) {
-        milliseconds = ParseTime(time);
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+void AddTime(CLI::App& app, const std::string& name, std::optional<std::int64_t>& milliseconds, Ambiguous ambiguous,
+             const std::string& text)
+{
+    const auto parse = [&milliseconds, ambiguous, name](const std::string& time) {
+        milliseconds = ParseTime(time, NowMs(), ambiguous);
         if (!milliseconds) {
-            throw CLI::ValidationError(name, "not a time: " + time);
+            throw CLI::ValidationError(name, "not a time: " + time + "; it takes " + TIME_FORMS);
         }
     };
     app.add_option_function<std::string>(name, parse, text)->type_name("TIME");
@@ -52,7 +48,7 @@ void AddTime(CLI::App& app, const std::string& name, std::optional<std::int64_t>
 void AddImage(CLI::App& app, SReadOptions& options)
 {
     app.add_option("image", options.image, "File, device, core file or snapshot; - is standard input")
-        ->required()
+        ->capture_default_str()
         ->type_name("IMAGE");
 }
 
@@ -78,8 +74,9 @@ void AddFilter(CLI::App& app, SReadOptions& options)
     app.add_option("--category", options.filter.categories, "Only records of this category; may be repeated")
         ->type_name("NUMBER")
         ->allow_extra_args(false);
-    AddTime(app, "--since", options.filter.sinceMs, "Only records of this time and later");
-    AddTime(app, "--until", options.filter.untilMs, "Only records of this time and earlier");
+    AddTime(app, "--since", options.filter.sinceMs, Ambiguous::FIRST,
+            "Only records of this time (-1h, 20:51, yesterday, @1795182309, 2026-11-20 13:45) and later");
+    AddTime(app, "--until", options.filter.untilMs, Ambiguous::LAST, "Only records of this time and earlier");
 }
 
 void AddAll(CLI::App& app, SReadOptions& options)
@@ -97,7 +94,8 @@ void AddInterval(CLI::App& app, SReadOptions& options, const std::string& text)
 
 void AddColor(CLI::App& app, SReadOptions& options)
 {
-    app.add_option("--color", options.color, "Colour by level: auto, always or never; auto: on a terminal")
+    app.add_option("--color", options.color,
+                   "Colour by level: auto, always or never; auto: on a terminal, unless NO_COLOR is set")
         ->check(CLI::IsMember({"auto", "always", "never"}))
         ->type_name("WHEN")
         ->capture_default_str();

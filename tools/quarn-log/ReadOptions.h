@@ -1,6 +1,7 @@
 #ifndef QUARN_TOOL_READ_OPTIONS_H
 #define QUARN_TOOL_READ_OPTIONS_H
 
+#include "CQLoggerFacade.h"
 #include "RecordFilter.h"
 
 #include <string>
@@ -16,9 +17,9 @@ namespace Quarn::Logging::Tool {
 /// What the user asked a subcommand for that reads an image.
 struct SReadOptions
 {
-    std::string image;           ///< A path, or "-".
-    std::string format = "text"; ///< As the table of output formats names it.
-    std::string color = "auto";  ///< "auto", "always" or "never".
+    std::string image = CQLoggerFacade::SPECIAL_MEMORY_DEVICE_PATH; ///< A path, or "-".
+    std::string format = "text";                                    ///< As the table of output formats names it.
+    std::string color = "auto";                                     ///< "auto", "always" or "never".
     RecordFilter filter;
     bool all = false;
     double interval = 0.2; ///< Seconds between two looks.

@@ -27,7 +27,10 @@ public:
     std::string Format(const SRecordView& record, const SLogQueueHeader& header,
                        std::uint64_t /*offset*/) const override
     {
-        const std::wstring text = m_Style.toTerminal ? WithoutControls(record.text) : record.text;
+        std::wstring text = m_Style.toTerminal ? WithoutControls(record.text) : record.text;
+        if (record.cutOff) {
+            text += L" [cut off by the end of the image]";
+        }
         wchar_t buffer[LOG_LINE_BUFFER_SIZE];
         FormatLogLine(buffer, {m_Style.color, record.level, record.category, WallTimeOf(record, header.m_StartTime),
                                record.threadId, FileNameOf(record).c_str(), record.line, text.c_str()});

@@ -13,8 +13,9 @@ namespace Quarn::Logging::Tool {
 namespace {
 
 constexpr std::int64_t SECONDS_PER_DAY = 86400;
-constexpr double FIRST_SECOND = -62167219200.0; // of the year 0
-constexpr double END_SECOND = 253402300800.0;   // of the year 10000
+constexpr std::int64_t LONGEST_SPAN = SECONDS_PER_DAY * 1000 * 366 * 10000; // ms
+constexpr double FIRST_SECOND = -62167219200.0;                             // of the year 0
+constexpr double END_SECOND = 253402300800.0;                               // of the year 10000
 
 struct SCalendar
 {
@@ -65,7 +66,8 @@ std::int64_t UtcSeconds(const SCalendar& time)
     return DaysOf(time) * SECONDS_PER_DAY + time.hour * 3600 + time.minute * 60 + time.second;
 }
 
-std::optional<std::int64_t> LocalSeconds(const SCalendar& time)
+/// With daylight saving time (1), without (0), or whichever there is (-1).
+std::optional<std::int64_t> LocalSeconds(const SCalendar& time, int isDst)
 {
     tm calendar{};
     calendar.tm_year = time.year - 1900;
@@ -74,14 +76,32 @@ std::optional<std::int64_t> LocalSeconds(const SCalendar& time)
     calendar.tm_hour = time.hour;
     calendar.tm_min = time.minute;
     calendar.tm_sec = time.second;
-    calendar.tm_isdst = -1;
+    calendar.tm_isdst = isDst;
     calendar.tm_wday = -1; // stays so if the time cannot be told: -1 as a result is a time, too
     static_assert(sizeof(time_t) == 8, "a year up to 9999");
     const time_t seconds = mktime(&calendar);
-    if (calendar.tm_wday == -1) {
+    if (calendar.tm_wday == -1 || (isDst != -1 && (calendar.tm_isdst != isDst || calendar.tm_hour != time.hour))) {
         return std::nullopt;
     }
     return seconds;
+}
+
+std::optional<std::int64_t> LocalSeconds(const SCalendar& time, Ambiguous ambiguous)
+{
+    const std::optional<std::int64_t> summer = LocalSeconds(time, 1);
+    const std::optional<std::int64_t> winter = LocalSeconds(time, 0);
+    if (summer && winter) {
+        return ambiguous == Ambiguous::FIRST ? std::min(*summer, *winter) : std::max(*summer, *winter);
+    }
+    return LocalSeconds(time, -1);
+}
+
+SCalendar DayOfLocal(std::int64_t seconds)
+{
+    const auto time = static_cast<time_t>(seconds);
+    tm calendar{};
+    localtime_r(&time, &calendar);
+    return {calendar.tm_year + 1900, calendar.tm_mon + 1, calendar.tm_mday, 0, 0, 0, 0};
 }
 
 /// Takes a text apart from its front. What does not fit is left in place.
@@ -104,6 +124,13 @@ public:
         const char taken = m_Rest.front();
         m_Rest.remove_prefix(1);
         return taken;
+    }
+
+    bool TakeWord(std::string_view word)
+    {
+        const bool isThere = m_Rest.substr(0, word.size()) == word;
+        m_Rest.remove_prefix(isThere ? word.size() : 0);
+        return isThere;
     }
 
     /// Takes as many digits as there are, up to most.
@@ -175,39 +202,104 @@ bool TakeZone(Cursor& cursor, int& seconds)
     return complete;
 }
 
-std::optional<std::int64_t> ParseCalendar(const std::string& text)
+std::optional<std::int64_t> ToMilliseconds(std::optional<std::int64_t> seconds, const SCalendar& time)
+{
+    return seconds ? std::optional<std::int64_t>(*seconds * 1000 + time.milliseconds) : std::nullopt;
+}
+
+std::optional<std::int64_t> ParseCalendar(const std::string& text, Ambiguous ambiguous)
 {
     Cursor cursor(text);
     SCalendar time{};
     if (!TakeDate(cursor, time) || (cursor.Take(" T-") && !TakeTimeOfDay(cursor, time)) || !IsValid(time)) {
         return std::nullopt;
     }
-    std::optional<std::int64_t> seconds;
     int zone = 0;
     if (cursor.AtEnd()) {
-        seconds = LocalSeconds(time);
-    } else if (TakeZone(cursor, zone)) {
-        seconds = UtcSeconds(time) - zone;
+        return ToMilliseconds(LocalSeconds(time, ambiguous), time);
     }
-    return seconds ? std::optional<std::int64_t>(*seconds * 1000 + time.milliseconds) : std::nullopt;
+    return TakeZone(cursor, zone) ? ToMilliseconds(UtcSeconds(time) - zone, time) : std::nullopt;
 }
 
-/// Seconds since the epoch, with or without a fraction.
+/// A time of this day or the day before.
+std::optional<std::int64_t> ParseDay(const std::string& text, std::int64_t nowMs, Ambiguous ambiguous)
+{
+    Cursor cursor(text);
+    SCalendar time = DayOfLocal(nowMs / 1000);
+    const bool isYesterday = cursor.TakeWord("yesterday");
+    const bool isNamed = isYesterday || cursor.TakeWord("today");
+    if (isYesterday) {
+        time = DateOf(DaysOf(time) - 1);
+    }
+    const bool isWholeDay = isNamed && cursor.AtEnd();
+    if (!isWholeDay && ((isNamed && !cursor.Take(" ")) || !TakeTimeOfDay(cursor, time))) {
+        return std::nullopt;
+    }
+    return cursor.AtEnd() && IsValid(time) ? ToMilliseconds(LocalSeconds(time, ambiguous), time) : std::nullopt;
+}
+
+/// Milliseconds of a unit; 0 for what is none.
+std::int64_t MillisecondsOfUnit(char unit)
+{
+    switch (unit) {
+    case 's':
+        return 1000;
+    case 'm':
+        return 60 * 1000;
+    case 'h':
+        return 3600 * 1000;
+    case 'd':
+        return SECONDS_PER_DAY * 1000;
+    case 'w':
+        return 7 * SECONDS_PER_DAY * 1000;
+    default:
+        return 0;
+    }
+}
+
+/// A span, such as "-1h30m", before now.
+std::optional<std::int64_t> ParseSpan(const std::string& text, std::int64_t nowMs)
+{
+    Cursor cursor(text);
+    if (!cursor.Take("-")) {
+        return std::nullopt;
+    }
+    std::int64_t span = 0;
+    do {
+        const std::string number(cursor.TakeDigits(9));
+        const std::int64_t unit = MillisecondsOfUnit(cursor.Take("smhdw"));
+        if (number.empty() || unit == 0 || span > LONGEST_SPAN) {
+            return std::nullopt;
+        }
+        span += std::atoll(number.c_str()) * unit;
+    } while (!cursor.AtEnd());
+    return nowMs - span;
+}
+
+/// Seconds since the epoch, with or without a fraction. Behind an "@" there may be a minus sign.
 std::optional<std::int64_t> ParseSeconds(const std::string& text)
 {
     Cursor cursor(text);
-    cursor.Take("-");
+    const bool isMarked = cursor.Take("@") != '\0';
+    if (isMarked) {
+        cursor.Take("-");
+    }
     if (cursor.TakeDigits(12).empty() || (cursor.Take(".") && cursor.TakeDigits(9).empty()) || !cursor.AtEnd()) {
         return std::nullopt;
     }
-    return MillisecondsOf(std::strtod(text.c_str(), nullptr));
+    return MillisecondsOf(std::strtod(text.c_str() + (isMarked ? 1 : 0), nullptr));
 }
 
 } // namespace
 
-std::optional<std::int64_t> ParseTime(const std::string& text)
+std::optional<std::int64_t> ParseTime(const std::string& text, std::int64_t nowMs, Ambiguous ambiguous)
 {
-    const std::optional<std::int64_t> time = ParseCalendar(text);
+    if (text == "now") {
+        return nowMs;
+    }
+    std::optional<std::int64_t> time = ParseCalendar(text, ambiguous);
+    time = time ? time : ParseDay(text, nowMs, ambiguous);
+    time = time ? time : ParseSpan(text, nowMs);
     return time ? time : ParseSeconds(text);
 }
 
