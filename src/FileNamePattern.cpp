@@ -69,8 +69,8 @@ std::string FolderToMake(std::wstring_view fileName)
     if (name.size() >= PATH_MAX) {
         return {}; // no such file can be opened, and ACE::dirname has room for a path only
     }
-    const std::string backslashed = ACE::dirname(name.c_str(), '\\');
-    const std::string slashed = ACE::dirname(name.c_str(), '/');
+    std::string backslashed = ACE::dirname(name.c_str(), '\\');
+    std::string slashed = ACE::dirname(name.c_str(), '/');
     if (backslashed.size() > slashed.size()) {
         return backslashed;
     }
