@@ -46,6 +46,7 @@ TEST_PACKAGES=(
     groff-base         # checks the manual pages
     doxygen            # the API pages
     abigail-tools      # the ABI of the library, compared with the recorded one; without it that test is skipped
+    zsh fish           # shells whose completion is tested; without them those tests are skipped
     lnav               # the log viewer, for its format definition; without it those tests are skipped
     tmux               # the terminal in which the log viewer is shown; likewise
 )

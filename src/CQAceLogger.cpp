@@ -4,16 +4,15 @@
 
 #include "CQAceLogger.h"
 
+#include "FileNamePattern.h"
 #include "LogLine.h"
 #include "NoCancellation.h"
 #include "SystemClocks.h"
 
 #include <QuarnLogging/Logging.h>
 
-#include <ace/ACE.h>
 #include <ace/Dirent_Selector.h>
 
-#include <limits.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -31,19 +30,6 @@
 namespace Quarn::Logging {
 
 namespace {
-
-constexpr wchar_t TIME_STAMP_MARKER[] = L"%T";
-constexpr std::size_t TIME_STAMP_MARKER_LENGTH = 2;
-
-/// A name as the file system gets it: the low 8 bits of each character. Names go out as they came in from options
-/// strings built from bytes, whatever the locale, and directory entries come back the same way.
-std::string Narrow(std::wstring_view name)
-{
-    std::string narrow(name.size(), '\0');
-    std::transform(name.begin(), name.end(), narrow.begin(),
-                   [](wchar_t character) { return static_cast<char>(character); });
-    return narrow;
-}
 
 std::wstring Widen(const char* name)
 {
@@ -70,16 +56,6 @@ bool Exists(std::wstring_view name)
 {
     struct stat status;
     return stat(Narrow(name).c_str(), &status) == 0;
-}
-
-/// Whether the file system would get a part of the name only: a character like U+0100 has 0 in its low 8 bits. Where
-/// the time stamp is behind it, every time-stamped name would be the one of the current file, and a rotation never end.
-bool EndsEarly(std::wstring_view name) { return Narrow(name).find('\0') != std::string::npos; }
-
-bool IsOldFile(std::wstring_view name, std::wstring_view base, std::wstring_view suffix)
-{
-    return name.substr(0, base.size()) == base && name.size() >= suffix.size() &&
-           name.substr(name.size() - suffix.size()) == suffix;
 }
 
 void SleepUntilNextSecond(long microseconds)
@@ -217,24 +193,15 @@ void CQAceLogger::SetOutputStream(const wchar_t* name, unsigned int size, unsign
 /// Derives the current name, the prefix and the suffix from the pattern.
 void CQAceLogger::SplitPattern()
 {
-    const std::wstring_view pattern = View(m_FileNamePattern);
-    const std::size_t marker = pattern.find(TIME_STAMP_MARKER);
-    if (marker == std::wstring_view::npos) {
-        Assign(m_FileName, pattern);
-        Assign(m_FileNamePrefix, pattern);
+    const SFileNameParts parts = SplitFileName(View(m_FileNamePattern));
+    if (!parts.suffix) {
+        Assign(m_FileName, parts.prefix);
+        Assign(m_FileNamePrefix, parts.prefix);
         return; // The suffix stays what an earlier pattern made it: names of old files keep their ending.
     }
-    std::wstring_view prefix = pattern.substr(0, marker);
-    std::wstring_view suffix = pattern.substr(marker + TIME_STAMP_MARKER_LENGTH);
-    Assign(m_FileNamePrefix, prefix);
-    Assign(m_FileNameSuffix, suffix);
-    if (!prefix.empty() && prefix.back() == L'-') {
-        prefix.remove_suffix(1);
-    }
-    if (!suffix.empty() && suffix.front() == L'-') {
-        suffix.remove_prefix(1);
-    }
-    Assign(m_FileName, std::wstring(prefix).append(suffix));
+    Assign(m_FileNamePrefix, parts.prefix);
+    Assign(m_FileNameSuffix, *parts.suffix);
+    Assign(m_FileName, std::wstring(parts.currentHead).append(parts.currentTail));
 }
 
 /// Opens an empty current file, after a file of that name was rotated. The stream is null if that fails.
@@ -272,19 +239,12 @@ void CQAceLogger::CloseFile()
     m_pStream = nullptr;
 }
 
-/// One directory, not its parents. Either separator may have been used.
+/// One directory, not its parents.
 void CQAceLogger::CreateDirectoryOfFile() const
 {
-    const std::string name = Narrow(View(m_FileName));
-    if (name.size() >= PATH_MAX) {
-        return; // no such file can be opened, and ACE::dirname has room for a path only
-    }
-    const std::string backslashed = ACE::dirname(name.c_str(), '\\');
-    const std::string slashed = ACE::dirname(name.c_str(), '/');
-    if (backslashed.size() > slashed.size()) {
-        mkdir(backslashed.c_str(), 0755);
-    } else if (slashed != ".") {
-        mkdir(slashed.c_str(), 0755);
+    const std::string folder = FolderToMake(View(m_FileName));
+    if (!folder.empty()) {
+        mkdir(folder.c_str(), 0755);
     }
 }
 
@@ -336,15 +296,10 @@ void CQAceLogger::GetNewFileName(WideString& result)
 /// anything for a pattern without a directory.
 void CQAceLogger::RemoveOldFiles()
 {
-    const std::wstring_view pattern = View(m_FileNamePattern);
-    std::size_t separator = pattern.rfind(L'/');
-    if (separator == std::wstring_view::npos) {
-        separator = pattern.rfind(L'\\');
-    }
-    if (separator == std::wstring_view::npos || separator == 0) {
+    const std::wstring_view directory = FolderOfOldFiles(View(m_FileNamePattern));
+    if (directory.empty()) {
         return;
     }
-    const std::wstring_view directory = pattern.substr(0, separator);
     ACE_Dirent_Selector entries;
     if (!Exists(directory)) {
         return;
@@ -352,8 +307,7 @@ void CQAceLogger::RemoveOldFiles()
     if (entries.open(Narrow(directory).c_str()) == -1) {
         return;
     }
-    const std::wstring_view prefix = View(m_FileNamePrefix);
-    const std::wstring_view base = prefix.substr(std::min(separator + 1, prefix.size()));
+    const std::wstring_view base = BaseOfOldFiles(View(m_FileNamePrefix), directory);
     std::vector<std::wstring> names;
     names.reserve(32);
     for (int i = 0; i < entries.length(); ++i) {

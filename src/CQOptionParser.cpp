@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cwchar>
 #include <cwctype>
 #include <new>
@@ -55,8 +56,9 @@ unsigned int ShiftOfSuffix(const wchar_t* suffix)
 
 CQOptionParser::CQOptionParser() { m_LevelSettings.reserve(INITIAL_LEVEL_SETTINGS); }
 
-void CQOptionParser::ParseOptions(const wchar_t* options)
+void CQOptionParser::ParseOptions(const wchar_t* options, Observer* observer)
 {
+    m_pObserver = observer;
     m_LevelSettings.clear();
     m_DefaultLevel = LEVEL_NONE;
     m_pCurrentChar = options;
@@ -69,30 +71,31 @@ void CQOptionParser::ParseOptions(const wchar_t* options)
         while (CurrentChar() == L';') {
             AdvanceCharPos();
         }
-        switch (CurrentChar()) {
-        case L'l':
-            ParseDefaultLevel();
-            break;
-        case L'o':
-            ParseLevelSettings();
-            break;
-        case L'c':
-            ParseColorSetting();
-            break;
-        case L'L':
-            ParseLogFileName();
-            break;
-        case L'S':
-            ParseLogFileSize();
-            break;
-        case L'N':
-            ParseMaxCountLogFiles();
-            break;
-        default:
-            ParseUnknownSetting();
+        const wchar_t* const begin = m_pCurrentChar;
+        ParseOption();
+        if (observer != nullptr && m_pCurrentChar != begin) {
+            observer->OptionRead(begin, m_pCurrentChar);
         }
     }
     m_pCurrentChar = nullptr;
+    m_pObserver = nullptr;
+}
+
+std::int32_t CQOptionParser::LevelOfShortcut(wchar_t character)
+{
+    const char digits[] = {static_cast<char>(character), '\0'}; // the low 8 bits alone count
+    switch (std::strtol(digits, nullptr, 10)) {
+    case 0:
+        return LEVEL_NONE;
+    case 1:
+        return LEVEL_ERROR;
+    case 2:
+        return LEVEL_WARNING;
+    case 3:
+        return LEVEL_INFO;
+    default:
+        return LEVEL_DEBUG;
+    }
 }
 
 void CQOptionParser::GetLevelSettings(SLevelDef* out) const
@@ -168,6 +171,32 @@ void CQOptionParser::SkipSubSettings()
     }
 }
 
+void CQOptionParser::ParseOption()
+{
+    switch (CurrentChar()) {
+    case L'l':
+        ParseDefaultLevel();
+        break;
+    case L'o':
+        ParseLevelSettings();
+        break;
+    case L'c':
+        ParseColorSetting();
+        break;
+    case L'L':
+        ParseLogFileName();
+        break;
+    case L'S':
+        ParseLogFileSize();
+        break;
+    case L'N':
+        ParseMaxCountLogFiles();
+        break;
+    default:
+        ParseUnknownSetting();
+    }
+}
+
 void CQOptionParser::ParseDefaultLevel()
 {
     AdvanceCharPos();
@@ -179,8 +208,12 @@ void CQOptionParser::ParseLevelSettings()
 {
     AdvanceCharPos();
     while (!EndOfSubSettings()) {
+        const wchar_t* const begin = m_pCurrentChar;
         const std::int32_t category = GetNum();
         m_LevelSettings.push_back({category, GetLevel()});
+        if (m_pObserver != nullptr) {
+            m_pObserver->PairRead(begin, m_pCurrentChar);
+        }
     }
 }
 

@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <cstdlib>
 #include <cwchar>
 #include <vector>
 
@@ -51,24 +50,6 @@ void SetBuiltInFilter(unsigned int count, const SLevelDef* levels)
     }
     g_Logger.RegisterLogger(&g_BuiltInLogger, count, levels);
     g_LoggerRegistered = true;
-}
-
-/// The level of a one-character options string. Digits above 5 mean debug here, but nothing inside a longer string.
-int LevelOfShortcut(wchar_t character)
-{
-    const char digits[] = {static_cast<char>(character), '\0'}; // the low 8 bits alone count
-    switch (std::strtol(digits, nullptr, 10)) {
-    case 0:
-        return LEVEL_NONE;
-    case 1:
-        return LEVEL_ERROR;
-    case 2:
-        return LEVEL_WARNING;
-    case 3:
-        return LEVEL_INFO;
-    default:
-        return LEVEL_DEBUG;
-    }
 }
 
 void ApplyOptions(const wchar_t* options)
@@ -153,7 +134,7 @@ void SetLogOptions(const wchar_t* options)
         return;
     }
     if (std::wcslen(options) == 1) {
-        const SLevelDef level = {CATEGORY_ALL, LevelOfShortcut(options[0])};
+        const SLevelDef level = {CATEGORY_ALL, CQOptionParser::LevelOfShortcut(options[0])};
         SetBuiltInFilter(1, &level);
         return;
     }

@@ -22,7 +22,10 @@ void ExpectInHelp(const std::string& command, const std::vector<std::string>& na
     }
 }
 
-TEST(ProgramTest, HelpNamesEverySubcommand) { ExpectInHelp(QUARN_LOG " --help", {"show", "follow", "info"}); }
+TEST(ProgramTest, HelpNamesEverySubcommand)
+{
+    ExpectInHelp(QUARN_LOG " --help", {"show", "follow", "info", "explain", "completion"});
+}
 
 TEST(ProgramTest, HelpOfASubcommandNamesItsOptions)
 {

@@ -339,4 +339,26 @@ TEST(CQOptionParserTest, ParsingNullAfterAStringStartsAfreshToo)
     EXPECT_EQ(read.count, 5u);
 }
 
+class PieceRecorder final : public CQOptionParser::Observer
+{
+public:
+    void PairRead(const wchar_t* begin, const wchar_t* end) override
+    {
+        pieces.push_back(L"pair " + std::wstring(begin, end));
+    }
+    void OptionRead(const wchar_t* begin, const wchar_t* end) override { pieces.emplace_back(begin, end); }
+
+    std::vector<std::wstring> pieces;
+};
+
+TEST(CQOptionParserTest, ObserverIsToldOfEachPieceWithWhatItConsumed)
+{
+    CQOptionParser parser;
+    PieceRecorder recorder;
+
+    parser.ParseOptions(L";;l;c;x y;o7E;-3;o12w;S1M;;", &recorder);
+
+    EXPECT_THAT(recorder.pieces, ElementsAre(L"l;c", L"x y", L"pair 7E", L"o7E", L"-3", L"pair 12w", L"o12w", L"S1M"));
+}
+
 } // namespace

@@ -10,6 +10,7 @@ enum ExitCode : int {
     EXIT_USAGE = 2,        ///< The arguments are wrong.
     EXIT_CANNOT_READ = 3,  ///< The image could not be opened, or not be read to its end.
     EXIT_CANNOT_WRITE = 4, ///< Standard output did not take everything.
+    EXIT_WARNED = 5,       ///< An options string has something that is passed over or not what it looks like.
 };
 
 } // namespace Quarn::Logging::Tool

@@ -83,6 +83,19 @@ std::string ToUtf8(std::wstring_view text)
     return utf8;
 }
 
+std::optional<std::wstring> FromUtf8(std::string_view text)
+{
+    std::wstring wide;
+    while (!text.empty()) {
+        const std::uint32_t code = TakeCharacter(text);
+        if (code == INVALID) {
+            return std::nullopt;
+        }
+        wide += static_cast<wchar_t>(code);
+    }
+    return wide;
+}
+
 std::string CleanUtf8(std::string_view bytes)
 {
     std::string utf8;

@@ -1,6 +1,7 @@
 #ifndef QUARN_TOOL_UTF8_H
 #define QUARN_TOOL_UTF8_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -8,6 +9,9 @@ namespace Quarn::Logging::Tool {
 
 /// UTF-8 of a UTF-32 text from an image. What is no Unicode character becomes U+FFFD.
 std::string ToUtf8(std::wstring_view text);
+
+/// UTF-32 of valid UTF-8.
+std::optional<std::wstring> FromUtf8(std::string_view text);
 
 /// The valid UTF-8 in some bytes from an image. A byte that is not part of any becomes U+FFFD.
 std::string CleanUtf8(std::string_view bytes);

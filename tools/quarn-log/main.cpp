@@ -49,7 +49,7 @@ int RunWithoutSubcommand(int argc, const char* const* argv)
         app.add_subcommand(subcommand->name, subcommand->summary);
     }
     app.require_subcommand();
-    app.set_version_flag("--version", "quarn-log " QUARN_VERSION);
+    AddProgramTo(app);
     return Parse(app, argc, argv).value_or(EXIT_USAGE);
 }
 
