@@ -32,7 +32,7 @@ TEST_PACKAGES=(
     clang-tidy         # static checks
     cppcheck           # more of them
     locales            # sources of the locales that tests compile
-    binutils           # objdump, for the instructions of log calls
+    binutils           # objdump, for the instructions of log calls; gold, which links the tests
     dpkg-dev           # dpkg-shlibdeps, for the packages
     file               # tells it which files are programs
     pkg-config         # builds a program against what is installed
