@@ -39,7 +39,7 @@ TEST_PACKAGES=(
     clang-tidy         # static checks
     cppcheck           # more of them
     locales            # sources of the locales that tests compile
-    binutils           # objdump, for the instructions of log calls
+    binutils           # objdump, for the instructions of log calls; gold, which links the tests
     "${PACKAGE_PACKAGES[@]}"
     lintian            # checks the packages; without it that test is skipped
     pkg-config         # builds a program against what is installed
