@@ -88,7 +88,7 @@ TEST_F(HostileTextTest, MessagePassesUnchangedThroughTheReaderOfTheMemory)
 {
     MemoryUser("autolog=off 'error=" + HOSTILE + "' kill=");
 
-    const SFinishedProcess run = RunCommand(LOGDUMP " " + Quoted(m_Dir.File("memory")));
+    const SFinishedProcess run = RunCommand(Quoted(LOGDUMP) + " " + Quoted(m_Dir.File("memory")));
 
     EXPECT_THAT(run.output, EndsWith(": " + HOSTILE + "\n"));
 }

@@ -65,7 +65,8 @@ TEST(LogdumpImageTest, StandardInputIsAnImageToo)
     dir.Write("image", std::string(12, 'x') + ImageWith(L"piped"));
 
     const SFinishedProcess file = RunTool("- <" + Quoted(dir.File("image")));
-    const SFinishedProcess pipe = RunCommand("cat " + Quoted(dir.File("image")) + " | TZ=UTC " LOGDUMP " -");
+    const SFinishedProcess pipe =
+        RunCommand("cat " + Quoted(dir.File("image")) + " | TZ=UTC " + Quoted(LOGDUMP) + " -");
 
     EXPECT_EQ(file.output, InfoLine("piped"));
     EXPECT_EQ(pipe.output, InfoLine("piped"));

@@ -63,7 +63,7 @@ TEST(LogdumpLineTest, ColorIsShownOnATerminalUnlessForbidden)
 {
     const TempDir dir;
     dir.Write("image", LevelsImage());
-    const std::string command = LOGDUMP " " + Quoted(dir.File("image"));
+    const std::string command = Quoted(LOGDUMP) + " " + Quoted(dir.File("image"));
 
     const SFinishedProcess automatic = RunCommand("script -qec " + Quoted(command) + " /dev/null");
     const SFinishedProcess never = RunCommand("script -qec " + Quoted(command + " --color=never") + " /dev/null");
@@ -80,8 +80,8 @@ TEST(LogdumpLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
     const TempDir dir;
     dir.Write("image", image.Bytes());
 
-    const SFinishedProcess run =
-        RunCommand("script -qec " + Quoted(LOGDUMP " --color=never " + Quoted(dir.File("image"))) + " /dev/null");
+    const SFinishedProcess run = RunCommand(
+        "script -qec " + Quoted(Quoted(LOGDUMP) + " --color=never " + Quoted(dir.File("image"))) + " /dev/null");
 
     EXPECT_THAT(run.output, testing::HasSubstr("to the\tright \xEF\xBF\xBD]0;title\xEF\xBF\xBD\r\n"));
 }

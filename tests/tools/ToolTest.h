@@ -42,7 +42,7 @@ public:
 /// Runs the tool with a command line, in UTC unless the environment says otherwise.
 inline SFinishedProcess RunTool(const std::string& arguments, const std::string& environment = "")
 {
-    return RunCommand("env TZ=UTC " + environment + " " LOGDUMP " " + arguments);
+    return RunCommand("env TZ=UTC " + environment + " " + Quoted(LOGDUMP) + " " + arguments);
 }
 
 /// Runs the tool on a file with some content, named behind the other arguments.
