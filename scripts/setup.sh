@@ -123,7 +123,7 @@ take_no_arguments() {
 need_preset() {
     local known
     [[ $1 != -* ]] || wrong_usage "unknown option $1"
-    known=$(sed -n 's/.*"name": "\([^"]*\)", "inherits": "base", "configurePreset".*/\1/p' CMakePresets.json)
+    known=$(sed -n 's/.*"name": "\([^"]*\)", "inherits": "[^"]*", "configurePreset".*/\1/p' CMakePresets.json)
     grep -qxF -e "$1" <<<"$known" || wrong_usage "there is no preset $1, but ${known//$'\n'/, }"
 }
 

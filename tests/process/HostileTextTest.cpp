@@ -90,7 +90,7 @@ TEST_F(HostileTextTest, MessagePassesUnchangedThroughTheReaderOfTheMemory)
 {
     MemoryUser("autolog=off 'error=" + HOSTILE + "' kill=");
 
-    const SFinishedProcess run = RunCommand(QUARN_LOG " show " + Quoted(m_Dir.File("memory")));
+    const SFinishedProcess run = RunCommand(Quoted(QUARN_LOG) + " show " + Quoted(m_Dir.File("memory")));
 
     EXPECT_THAT(run.output, EndsWith(": " + HOSTILE + "\n"));
 }

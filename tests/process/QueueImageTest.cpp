@@ -1,3 +1,4 @@
+#include "PeerBuild.h"
 #include "QueueModel.h"
 #include "QueueScript.h"
 #include "Subprocess.h"
@@ -6,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -96,11 +96,10 @@ class QueueImagePeerTest : public QueueImageTest
 protected:
     void SetUp() override
     {
-        const char* const build = std::getenv("QUARN_PEER_BUILD");
-        if (build == nullptr) {
-            GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build folder of the other word size";
+        m_Peer = PeerProgram("/tests/process/queue-image");
+        if (m_Peer.empty()) {
+            GTEST_SKIP() << "the other word size is not built";
         }
-        m_Peer = std::string(build) + "/tests/process/queue-image";
     }
 
     std::string m_Peer;

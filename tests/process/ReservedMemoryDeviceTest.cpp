@@ -34,7 +34,7 @@ protected:
     /// Runs shell commands in which $memory is the script and $user a program that logs. The device goes in any case.
     SFinishedProcess Run(const std::string& commands)
     {
-        m_Dir.Write("commands", "memory='" RESERVED_MEMORY "'\nuser='" MEMORY_USER "'\n" + Inside(m_Dir) +
+        m_Dir.Write("commands", "memory=" RESERVED_MEMORY "\nuser=" MEMORY_USER "\n" + Inside(m_Dir) +
                                     "trap '$memory remove' EXIT\n" + commands + "\n");
         return RunCommand("unset QUARN_MEMORY_FILE; " PRIVATE_DEV " bash " + Quoted(m_Dir.File("commands")));
     }

@@ -1,3 +1,4 @@
+#include "PeerBuild.h"
 #include "QueueImage.h"
 #include "Subprocess.h"
 
@@ -5,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 using namespace QuarnTest;
 using testing::EndsWith;
@@ -255,12 +255,11 @@ TEST_F(ReservedMemoryTest, DroppedMessagesAreCountedFromZeroAfterADump)
 
 TEST_F(ReservedMemoryTest, LogOfTheOtherWordSizeIsDumpedTheSame)
 {
-    const char* const peerBuild = std::getenv("QUARN_PEER_BUILD");
-    if (peerBuild == nullptr) {
-        GTEST_SKIP() << "QUARN_PEER_BUILD names no build folder of the other word size";
+    const std::string program = PeerProgram("/tests/process/memory-user");
+    if (program.empty()) {
+        GTEST_SKIP() << "the other word size is not built";
     }
-    const std::string peer = std::string(peerBuild) + "/tests/process/memory-user";
-    ASSERT_TRUE(std::filesystem::exists(peer));
+    const std::string peer = Quoted(program);
     RunCommand(Command("error=first error=second kill=", peer));
     const QueueImage image = Memory();
     const SFinishedProcess dumpOfPeer = RunCommand(Command("", peer));

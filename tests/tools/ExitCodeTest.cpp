@@ -155,11 +155,11 @@ TEST(ExitCodeTest, CompressedImageIsReadThroughThePipeThatIsNamed)
 
     const std::string pipe = refusal.substr(refusal.find("gzip -dc"));
     const std::size_t program = pipe.find("quarn-log");
-    const SFinishedProcess run = RunCommand("export TZ=UTC; " + pipe.substr(0, program) + QUARN_LOG +
+    const SFinishedProcess run = RunCommand("export TZ=UTC; " + pipe.substr(0, program) + Quoted(QUARN_LOG) +
                                             pipe.substr(program + std::string("quarn-log").size()));
 
     EXPECT_EQ(run.output, InfoLine("a text"));
-    EXPECT_EQ(RunCommand(QUARN_LOG " show - <" + Quoted(dir.File("core.gz"))).errors,
+    EXPECT_EQ(RunCommand(Quoted(QUARN_LOG) + " show - <" + Quoted(dir.File("core.gz"))).errors,
               "quarn-log show: -: is compressed, read it with: gzip -dc | quarn-log show -\n");
 }
 

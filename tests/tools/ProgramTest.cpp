@@ -24,16 +24,16 @@ void ExpectInHelp(const std::string& command, const std::vector<std::string>& na
 
 TEST(ProgramTest, HelpNamesEverySubcommand)
 {
-    ExpectInHelp(QUARN_LOG " --help", {"show", "follow", "info", "explain", "completion"});
+    ExpectInHelp(Quoted(QUARN_LOG) + " --help", {"show", "follow", "info", "explain", "completion"});
 }
 
 TEST(ProgramTest, HelpOfASubcommandNamesItsOptions)
 {
-    ExpectInHelp(QUARN_LOG " show --help", {"quarn-log show", "--json", "--output", "--level", "--category", "--since",
-                                            "--until", "--all", "--color"});
-    ExpectInHelp(QUARN_LOG " follow --help", {"quarn-log follow", "--json", "--output", "--level", "--category",
-                                              "--since", "--until", "--interval", "--color"});
-    ExpectInHelp(QUARN_LOG " info --help", {"quarn-log info", "--json", "--output"});
+    ExpectInHelp(Quoted(QUARN_LOG) + " show --help", {"quarn-log show", "--json", "--output", "--level", "--category",
+                                                      "--since", "--until", "--all", "--color"});
+    ExpectInHelp(Quoted(QUARN_LOG) + " follow --help", {"quarn-log follow", "--json", "--output", "--level",
+                                                        "--category", "--since", "--until", "--interval", "--color"});
+    ExpectInHelp(Quoted(QUARN_LOG) + " info --help", {"quarn-log info", "--json", "--output"});
 }
 
 TEST(ProgramTest, VersionIsPrinted)
@@ -62,7 +62,7 @@ protected:
 
     static SFinishedProcess RunOldName(const std::string& arguments)
     {
-        return RunCommand("TZ=UTC " QUARN_LOGDUMP " " + arguments);
+        return RunCommand("TZ=UTC " + Quoted(QUARN_LOGDUMP) + " " + arguments);
     }
     std::string ImageName() const { return Quoted(m_Dir.File("image")); }
 

@@ -1,9 +1,9 @@
+#include "PeerBuild.h"
 #include "Subprocess.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 using namespace QuarnTest;
@@ -14,7 +14,7 @@ namespace {
 std::string CoreOf(const std::string& program, const TempDir& dir)
 {
     const SFinishedProcess run = RunCommand(Inside(dir) + "ASAN_OPTIONS=disable_coredump=0 " +
-                                            "TSAN_OPTIONS=disable_coredump=0 exec " + program);
+                                            "TSAN_OPTIONS=disable_coredump=0 exec " + Quoted(program));
     EXPECT_NE(run.exitCode, 0);
     for (const std::string& name : dir.Names()) {
         if (name.rfind("core", 0) == 0) {
@@ -32,18 +32,12 @@ void ExpectLogInCore(const std::string& tool, const std::string& program, const 
     if (core.empty()) {
         GTEST_SKIP() << "this system does not put a core file into the working folder";
     }
-    const SFinishedProcess run = RunCommand(tool + " show --category 42 " + Quoted(core));
+    const SFinishedProcess run = RunCommand(Quoted(tool) + " show --category 42 " + Quoted(core));
 
     EXPECT_EQ(run.exitCode, 0) << run.errors;
     EXPECT_THAT(run.output, testing::ContainsRegex("core-dumper.cpp:7: \\?: m=42 t=[0-9.:-]* tid=0x[0-9a-f]*: " +
                                                    pointerSize + " bytes a pointer\n"));
     EXPECT_THAT(run.output, testing::EndsWith(": the last words\n"));
-}
-
-std::string PeerProgram(const std::string& path)
-{
-    const char* const folder = std::getenv("QUARN_PEER_BUILD");
-    return folder == nullptr ? std::string() : std::string(folder) + path;
 }
 
 TEST(ShowCoreTest, LogThatWasOnTheHeapIsFoundInACoreFile)
@@ -55,7 +49,7 @@ TEST(ShowCoreTest, CoreOfTheOtherWordSizeIsRead)
 {
     const std::string program = PeerProgram("/tests/tools/core-dumper");
     if (program.empty()) {
-        GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build of the other word size";
+        GTEST_SKIP() << "the other word size is not built";
     }
     ExpectLogInCore(QUARN_LOG, program, sizeof(void*) == 8 ? "4" : "8");
 }
@@ -64,7 +58,7 @@ TEST(ShowCoreTest, ToolOfTheOtherWordSizeReadsTheCore)
 {
     const std::string tool = PeerProgram("/tools/quarn-log/quarn-log");
     if (tool.empty()) {
-        GTEST_SKIP() << "QUARN_PEER_BUILD does not name a build of the other word size";
+        GTEST_SKIP() << "the other word size is not built";
     }
     ExpectLogInCore(tool, CORE_DUMPER, std::to_string(sizeof(void*)));
 }

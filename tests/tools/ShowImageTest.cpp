@@ -94,7 +94,8 @@ TEST(ShowImageTest, StandardInputIsAnImageToo)
     dir.Write("image", std::string(12, 'x') + ImageWith(L"piped"));
 
     const SFinishedProcess file = RunTool("show - <" + Quoted(dir.File("image")));
-    const SFinishedProcess pipe = RunCommand("cat " + Quoted(dir.File("image")) + " | TZ=UTC " QUARN_LOG " show -");
+    const SFinishedProcess pipe =
+        RunCommand("cat " + Quoted(dir.File("image")) + " | TZ=UTC " + Quoted(QUARN_LOG) + " show -");
 
     EXPECT_EQ(file.output, InfoLine("piped"));
     EXPECT_EQ(pipe.output, InfoLine("piped"));

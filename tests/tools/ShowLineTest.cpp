@@ -79,7 +79,7 @@ TEST(ShowLineTest, ColorIsShownOnATerminalUnlessForbidden)
 {
     const TempDir dir;
     dir.Write("image", LevelsImage());
-    const std::string command = QUARN_LOG " show " + Quoted(dir.File("image"));
+    const std::string command = Quoted(QUARN_LOG) + " show " + Quoted(dir.File("image"));
 
     const SFinishedProcess automatic = RunCommand("script -qec " + Quoted(command) + " /dev/null");
     const SFinishedProcess never = RunCommand("script -qec " + Quoted(command + " --color=never") + " /dev/null");
@@ -93,7 +93,7 @@ TEST(ShowLineTest, NoColorInTheEnvironmentIsHeeded)
 {
     const TempDir dir;
     dir.Write("image", LevelsImage());
-    const std::string command = QUARN_LOG " show " + Quoted(dir.File("image"));
+    const std::string command = Quoted(QUARN_LOG) + " show " + Quoted(dir.File("image"));
     const auto runWith = [](const std::string& environment, const std::string& line) {
         return RunCommand(environment + " script -qec " + Quoted(line) + " /dev/null").output;
     };
@@ -111,7 +111,7 @@ TEST(ShowLineTest, ControlCharactersOfTheImageDoNotReachATerminal)
     dir.Write("image", image.Bytes());
 
     const SFinishedProcess run = RunCommand(
-        "script -qec " + Quoted(QUARN_LOG " show --color=never " + Quoted(dir.File("image"))) + " /dev/null");
+        "script -qec " + Quoted(Quoted(QUARN_LOG) + " show --color=never " + Quoted(dir.File("image"))) + " /dev/null");
 
     EXPECT_THAT(run.output, testing::HasSubstr("to the\tright \xEF\xBF\xBD]0;title\xEF\xBF\xBD\r\n"));
 }

@@ -42,7 +42,7 @@ public:
 /// Runs the tool with a command line, in UTC unless the environment says otherwise.
 inline SFinishedProcess RunTool(const std::string& arguments, const std::string& environment = "")
 {
-    return RunCommand("env TZ=UTC " + environment + " " QUARN_LOG " " + arguments);
+    return RunCommand("env TZ=UTC " + environment + " " + Quoted(QUARN_LOG) + " " + arguments);
 }
 
 /// Runs a subcommand, with its options, on a file with some content.
