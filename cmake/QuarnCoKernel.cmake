@@ -34,6 +34,7 @@ function(quarn_bind_to_cokernel library objects)
   # Its headers are not ours to keep free of warnings.
   string(REGEX REPLACE "(^| )-I *" "\\1-isystem " cflags "${cflags}")
   separate_arguments(ldflags UNIX_COMMAND "${ldflags}")
+  list(TRANSFORM ldflags REPLACE " " "\\\\ ") # of a path: what begins with "-" goes to the shell as it stands
   target_compile_options(${objects} PRIVATE "SHELL:${cflags}")
   target_link_libraries(${library} PRIVATE ${ldflags}) # as libraries: behind the objects, in the order given
   message(STATUS "Platform calls bound to the co-kernel of: ${QUARN_COKERNEL_CONFIG}")

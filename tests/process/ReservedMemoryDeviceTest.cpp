@@ -31,10 +31,11 @@ protected:
         ASSERT_EQ(run.exitCode, 0) << run.errors;
     }
 
-    /// Runs shell commands in which $memory is the script and $user a program that logs. The device goes in any case.
+    /// Runs shell commands in which $memory is the script and $user a program that logs, each a single word even if its
+    /// path has blanks. The device goes in any case.
     SFinishedProcess Run(const std::string& commands)
     {
-        m_Dir.Write("commands", "memory=" RESERVED_MEMORY "\nuser=" MEMORY_USER "\n" + Inside(m_Dir) +
+        m_Dir.Write("commands", "IFS=\nmemory=" RESERVED_MEMORY "\nuser=" MEMORY_USER "\n" + Inside(m_Dir) +
                                     "trap '$memory remove' EXIT\n" + commands + "\n");
         return RunCommand("unset QUARN_MEMORY_FILE; " PRIVATE_DEV " bash " + Quoted(m_Dir.File("commands")));
     }
