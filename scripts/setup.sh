@@ -124,7 +124,7 @@ need_preset() {
     local known
     [[ $1 != -* ]] || wrong_usage "unknown option $1"
     known=$(sed -n 's/.*"name": "\([^"]*\)", "inherits": "[^"]*", "configurePreset".*/\1/p' CMakePresets.json)
-    grep -qxF -e "$1" <<<"$known" || wrong_usage "there is no preset $1, but ${known//$'\n'/, }"
+    grep -qxF -e "$1" <<<"$known" || wrong_usage "there is no preset $1 with tests, but ${known//$'\n'/, }"
 }
 
 # Whatever else goes wrong is named, too.
