@@ -42,7 +42,8 @@ pkg-config file, the documents, examples that build alone, and the manual
 page libquarnlogging(3).")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "logging for control systems: tools
 Reads the log of programs that use libQuarnLogging out of reserved memory,
-core files and memory snapshots, whether they run or have crashed.
+core files and memory snapshots, whether they run or have crashed, and
+explains their options strings.
 .
 Also in this package: the set-up of reserved memory on an ordinary machine,
 with a systemd unit and a udev rule, and the format of log lines for lnav.")

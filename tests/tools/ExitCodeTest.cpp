@@ -82,6 +82,9 @@ INSTANTIATE_TEST_SUITE_P(Follow, UsageTest,
 INSTANTIATE_TEST_SUITE_P(Info, UsageTest,
                          testing::ValuesIn(WrongUsesOf("quarn-log info",
                                                        {"info --level 1 image", "info --output xml image"})));
+INSTANTIATE_TEST_SUITE_P(Explain, UsageTest,
+                         testing::ValuesIn(WrongUsesOf("quarn-log explain", {"explain", "explain --output xml l5",
+                                                                             "explain --json --output json l5"})));
 
 TEST(ExitCodeTest, MissingFileCannotBeRead)
 {
@@ -129,13 +132,13 @@ TEST_P(CompressedTest, ThePipeToUseIsNamed)
     const TempDir dir;
     dir.Write("the core", GetParam().bytes + "whatever follows");
     const std::string name = dir.File("the core");
-    const std::string pipe = GetParam().program + (" -dc '" + name + "' | quarn-log show -\n");
+    const std::string pipe = GetParam().program + (" -dc '" + name + "' | quarn-log ");
 
     for (const char* subcommand : {"show", "info", "follow"}) {
         const SFinishedProcess run = RunTool(std::string(subcommand) + " " + Quoted(name));
         EXPECT_EQ(run.exitCode, 3);
-        EXPECT_EQ(run.errors,
-                  std::string("quarn-log ") + subcommand + ": " + name + ": is compressed, read it with: " + pipe);
+        EXPECT_EQ(run.errors, std::string("quarn-log ") + subcommand + ": " + name + ": is compressed, read it with: " +
+                                  pipe + (subcommand == std::string("info") ? "info -\n" : "show -\n"));
     }
 }
 
@@ -181,6 +184,16 @@ TEST(ExitCodeTest, OutputThatIsFullIsTold)
 
     EXPECT_EQ(run.exitCode, 4);
     EXPECT_THAT(run.errors, testing::EndsWith(": standard output did not take everything\n"));
+}
+
+TEST(ExitCodeTest, HelpThatIsNotTakenIsTold)
+{
+    for (const char* arguments : {"--help", "--version", "explain --help"}) {
+        const SFinishedProcess run = RunTool(std::string(arguments) + " >/dev/full");
+
+        EXPECT_EQ(run.exitCode, 4) << arguments;
+        EXPECT_THAT(run.errors, testing::EndsWith(": standard output did not take everything\n")) << arguments;
+    }
 }
 
 } // namespace

@@ -63,6 +63,21 @@ TEST(ExplainCommandTest, JsonHasSettingsOptionsAndResult)
         "\n");
 }
 
+TEST(ExplainCommandTest, JsonIsAnOptionToo)
+{
+    const SFinishedProcess run = RunTool("explain --json 1");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output,
+              R"j({"string":"1","shortcut":true,"levels":[{"category":-1,"level":4000}],"color":false,"file":"",)j"
+              R"j("size":0,"count":0,"options":[{"position":0,"text":"1",)j"
+              R"j("meaning":"forgets the levels of all categories; for all, errors (4000)","warnings":[]}],)j"
+              R"j("warnings":[],"result":{"default level":"errors (4000)",)j"
+              R"j("other categories":"the default level, whatever earlier strings said","colour":"as before",)j"
+              R"j("output":"as before"},"number_of_warnings":0})j"
+              "\n");
+}
+
 TEST(ExplainCommandTest, ControlCharactersDoNotReachTheTerminal)
 {
     const SFinishedProcess run = RunTool("explain \"$(printf 'linfo;\\033[2J')\"");

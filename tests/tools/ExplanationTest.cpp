@@ -7,9 +7,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <iterator>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -58,6 +60,8 @@ TEST_P(WarningsTest, AreThese) { EXPECT_EQ(WarningsFor(GetParam().string), GetPa
 
 const char* const NO_LEVEL = "no option sets a level: nothing is logged";
 const char* const NO_FOLDER = "the name has no folder: files are never removed and pile up; write L./";
+const char* const RATE_WARNING = ": each needs a second of its own for its name, so that the dispatcher is held up for "
+                                 "the rest of every second, and messages are lost when the queue is full";
 
 INSTANTIATE_TEST_SUITE_P(
     Levels, WarningsTest,
@@ -72,7 +76,15 @@ INSTANTIATE_TEST_SUITE_P(
         SWarned{L"l6", {"\"6\" is no level: nothing is logged; 6 to 9 mean debug as the whole string alone"}},
         SWarned{L"l2000", {"only the first character counts; write linfo"}},
         SWarned{L"lemergency", {"only the first letter of \"emergency\" counts"}},
-        SWarned{L"log/app.txt", {"\"o\" is no level: nothing is logged; write Llog/app.txt"}},
+        SWarned{L"log/app.txt", {"\"o\" is no level: nothing is logged; write Llog/app-%T.txt"}},
+        SWarned{L"level=info", {"only the first letter of \"evel\" counts", "\"=info\" is passed over; write linfo"}},
+        SWarned{L"level: W", {"only the first letter of \"evel\" counts", "\": W\" is passed over; write lW"}},
+        SWarned{L"level = info",
+                {"only the first letter of \"evel\" counts", "\" = info\" is passed over; write linfo"}},
+        SWarned{L"level=x", {"only the first letter of \"evel\" counts", "\"=x\" is passed over; write lx"}},
+        SWarned{L"log=info", {"\"o\" is no level: nothing is logged; write linfo"}},
+        SWarned{L"loglevel:WARN", {"\"o\" is no level: nothing is logged; write lWARN"}},
+        SWarned{L"log=/var/app.txt", {"\"o\" is no level: nothing is logged; write L/var/app-%T.txt"}},
         SWarned{L"linfo,c", {"\",c\" is passed over; a \";\" is missing in front of \"c\""}},
         SWarned{L"linfo o7D", {"\" o7D\" is passed over; a \";\" is missing in front of \"o7D\""}},
         SWarned{L"linfo\n", {"\"<U+000A>\" is passed over"}},
@@ -130,6 +142,8 @@ INSTANTIATE_TEST_SUITE_P(
                  "at 10000 bytes a second a file is full after 0.002 s: each needs a second of "
                  "its own for its name, so that the dispatcher is held up for the rest of every "
                  "second, and messages are lost when the queue is full"}},
+        SWarned{L"linfo;La/b-%T;S9999",
+                {std::string("at 10000 bytes a second a file is full after 0.9999 s") + RATE_WARNING}},
         SWarned{L"linfo;La/b-%T;S1G;S1M",
                 {"only k and M at the very end are units: \"G\" is passed over; write S1024M",
                  "another option overrides it: 1048576"}},
@@ -150,9 +164,20 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Files, WarningsTest,
     testing::Values(
-        SWarned{L"LDEBUG",
-                {"\"DEBUG\" is the name of a file; write ldebug for the level", std::string(NO_FOLDER) + "DEBUG",
-                 NO_LEVEL}},
+        SWarned{L"LDEBUG", {"\"DEBUG\" is the name of a file; write ldebug for the level", NO_LEVEL}},
+        SWarned{L"linfo;Lapp.txt", {std::string(NO_FOLDER) + "app-%T.txt"}},
+        SWarned{L"linfo;L/app.txt",
+                {"the name has no folder: files are never removed and pile up; write L/./app-%T.txt"}},
+        SWarned{L"linfo;L%T.txt", {std::string(NO_FOLDER) + "-%T.txt"}},
+        SWarned{L"linfo;L=log/a.txt", {"\"=log/a.txt\" is the name of a file; write Llog/a-%T.txt"}},
+        SWarned{L"linfo;L=app.txt", {"\"=app.txt\" is the name of a file; write L./app-%T.txt"}},
+        SWarned{L"linfo;L: /var/log/a-%T.txt",
+                {"\": /var/log/a-%T.txt\" is the name of a file; write L/var/log/a-%T.txt"}},
+        SWarned{L"L=debug", {"\"=debug\" is the name of a file; write ldebug for the level", NO_LEVEL}},
+        SWarned{L"linfo;L=log/a.txt,S1M",
+                {"\"=log/a.txt,S1M\" is the name of a file; write Llog/a-%T.txt; a \";\" is missing in front of "
+                 "\"S1M\""}},
+        SWarned{L"linfo;app.txt", {"there is no option \"a\": it is passed over; write L./app-%T.txt"}},
         SWarned{L"linfo;Lapp-%T.txt", {std::string(NO_FOLDER) + "app-%T.txt"}},
         SWarned{L"linfo;L/app-%T.txt",
                 {"the name has no folder: files are never removed and pile up; write L/./app-%T.txt"}},
@@ -169,8 +194,10 @@ INSTANTIATE_TEST_SUITE_P(
             {"the current file \"log/appx\" counts as an old one: when a file is full, of the time-stamped ones one "
              "less than 3 is kept; write Llog/app-%Tx"}},
         SWarned{L"linfo;Llog/",
-                {"the current name \"log/\" is that of a folder: no file can be opened, and all lines "
-                 "are lost"}},
+                {"the current name \"log/\" is that of a folder: no file can be opened, and all lines are lost; all "
+                 "files in the folder count as old ones and may be removed"}},
+        SWarned{L"linfo;Llog/-%T",
+                {"the current name \"log/\" is that of a folder: no file can be opened, and all lines are lost"}},
         SWarned{L"linfo;L-%T", {"the current name is empty: no file can be opened, and all lines are lost"}},
         SWarned{L"linfo;Llog-%T/app.txt",
                 {"%T stands in the name of a folder: a full file cannot be renamed, as there is no such folder, and is "
@@ -216,6 +243,39 @@ INSTANTIATE_TEST_SUITE_P(Strings, CorrectStringTest,
                                          L"li;Llog/%T-app.txt;S 20k", L"li;L./a-%T;S0",
                                          L"li;L/var/log/my app/a-%T.log;S4095M;N100"));
 
+/// The strings that warnings tell to write instead.
+std::vector<std::string> SuggestionsIn(const std::string& warning)
+{
+    constexpr std::string_view BEFORE = "write ";
+    const std::size_t begin = warning.find(BEFORE);
+    if (begin == std::string::npos) {
+        return {};
+    }
+    std::string suggestion = warning.substr(begin + BEFORE.size());
+    for (const char* behind : {" for the level", ", a digit alone", "; a \";\" is missing"}) {
+        suggestion.resize(std::min(suggestion.find(behind), suggestion.size()));
+    }
+    return {suggestion};
+}
+
+/// Of an option by itself; S has its file.
+std::vector<std::string> WarningsForOption(const std::string& option)
+{
+    const std::wstring string = (option[0] == 'S' ? L"Llog/a-%T;" : L";") + std::wstring(option.begin(), option.end());
+    std::vector<std::string> warnings;
+    Collect(Explain(string, ReadOptionsString(string), RATE).options, warnings);
+    return warnings;
+}
+
+TEST_P(WarningsTest, DoNotApplyToWhatIsToldToWriteInstead)
+{
+    for (const std::string& warning : GetParam().warnings) {
+        for (const std::string& suggestion : SuggestionsIn(warning)) {
+            EXPECT_THAT(WarningsForOption(suggestion), IsEmpty()) << suggestion;
+        }
+    }
+}
+
 TEST(ExplanationTest, RateDecidesWhichSizeHoldsUpTheDispatcher)
 {
     const std::wstring string = L"linfo;Llog/app-%T.txt;S10k";
@@ -251,6 +311,20 @@ TEST(ExplanationTest, ShortcutLeavesColourAndOutput)
     EXPECT_THAT(ResultOf(L"6"), ElementsAre(Row{"default level", "everything from debug (1000) on"},
                                             Row{"other categories", "the default level, whatever earlier strings said"},
                                             Row{"colour", "as before"}, Row{"output", "as before"}));
+}
+
+TEST(ExplanationTest, NumbersAreGivenWithTheDigitsTheyNeed)
+{
+    const std::wstring string = L"linfo;Llog/app-%T.txt;S1";
+    const SExplanation explanation = Explain(string, ReadOptionsString(string), 1);
+
+    EXPECT_EQ(explanation.options[2].meaning, "a file of 1 byte or more is put aside, and a new one begun");
+    EXPECT_THAT(explanation.result,
+                testing::IsSupersetOf({Row{"put aside", "at 1 byte, with each list of options, at the end of the "
+                                                        "process; a file of an earlier run at once"},
+                                       Row{"size", "full after 1 s at 1 byte a second"}}));
+    EXPECT_THAT(WarningsFor(L"linfo;Llog/app-%T.txt;S999999", 1e6),
+                ElementsAre(std::string("at 1000000 bytes a second a file is full after 0.999999 s") + RATE_WARNING));
 }
 
 TEST(ExplanationTest, FileWithoutAFolderIsNeverRemoved)

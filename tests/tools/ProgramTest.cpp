@@ -98,6 +98,13 @@ TEST_F(OldNameTest, ItsNameIsInFrontOfWhatItSays)
     EXPECT_EQ(RunOldName("--version").output, "quarn-logdump " QUARN_VERSION "\n");
 }
 
+TEST_F(OldNameTest, PipeForACompressedImageIsNamedByTheNewName)
+{
+    m_Dir.Write("image.xz", std::string("\xFD\x37zXZ\0", 6) + "whatever follows");
+
+    EXPECT_THAT(RunOldName(Quoted(m_Dir.File("image.xz"))).errors, testing::EndsWith("image.xz | quarn-log show -\n"));
+}
+
 TEST_F(OldNameTest, HelpHasTheOldOptionsAndNoOther)
 {
     const std::string help = RunOldName("--help").output;

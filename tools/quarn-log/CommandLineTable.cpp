@@ -16,7 +16,7 @@ SValues ValuesOf(const CLI::Option& option)
 {
     const std::string type = option.get_type_name();
     SValues values;
-    if (type == "IMAGE" || type == "FILE") {
+    if (type == "IMAGE") {
         values.areFiles = true;
     } else if (type == "LEVEL") {
         values.words = {"debug", "info", "warning", "error"};

@@ -36,12 +36,12 @@ std::string ShellWord(const std::string& name)
 
 } // namespace
 
-std::string PipeFor(const ImageStart& start, const std::string& image)
+std::string PipeFor(const ImageStart& start, const std::string& image, const std::string& subcommand)
 {
     for (const SFormat& format : FORMATS) {
         if (std::memcmp(start.data(), format.magic, format.size) == 0) {
             return std::string(format.program) + " -dc " + (image == "-" ? "" : ShellWord(image) + " ") +
-                   "| quarn-log show -";
+                   "| quarn-log " + subcommand + " -";
         }
     }
     return {};

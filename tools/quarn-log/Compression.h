@@ -13,7 +13,8 @@ using ImageStart = std::array<unsigned char, 6>;
 ///
 /// Compressed images are read through a pipe: the decompressors' own programs do it, and none of their libraries has to
 /// be there to read the device.
-std::string PipeFor(const ImageStart& start, const std::string& image);
+/// @param[in] subcommand  the one that is to read the pipe
+std::string PipeFor(const ImageStart& start, const std::string& image, const std::string& subcommand);
 
 } // namespace Quarn::Logging::Tool
 

@@ -5,7 +5,8 @@ namespace Quarn::Logging::Tool {
 
 /// How the program ends, whatever the subcommand. Scripts go by the numbers; quarn-log(1) lists them.
 enum ExitCode : int {
-    EXIT_FOUND = 0,        ///< A log was found and printed, even if it is empty or nothing of it passed the filter.
+    EXIT_FOUND = 0,        ///< A log was found and printed, even if it is empty or nothing of it passed the filter; an
+                           ///< options string has nothing to warn of.
     EXIT_NO_QUEUE = 1,     ///< The image was read to its end and holds no queue.
     EXIT_USAGE = 2,        ///< The arguments are wrong.
     EXIT_CANNOT_READ = 3,  ///< The image could not be opened, or not be read to its end.

@@ -166,10 +166,13 @@ Action AddTo(CLI::App& app)
         ->check(CLI::Range(1.0, MAX_RATE))
         ->type_name("BYTES")
         ->capture_default_str();
+    CLI::Option* const json = app.add_flag_callback(
+        "--json", [options] { options->format = "json"; }, "The same as --output json");
     app.add_option("--output", options->format, "Format of what is printed")
         ->check(CLI::IsMember({"text", "json"}))
         ->type_name("FORMAT")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->excludes(json);
     return [options](const std::string& program) { return Run(program, *options); };
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <set>
 
 namespace Quarn::Logging::Tool {
@@ -16,7 +17,14 @@ constexpr int NO_CATEGORY = CATEGORY_DEFAULT; // which has the default level, li
 std::string Rounded(double number)
 {
     char text[400];
-    std::snprintf(text, sizeof text, number < 100 ? "%.3g" : "%.0f", number);
+    if (number >= 100) {
+        std::snprintf(text, sizeof text, "%.0f", number);
+        return text;
+    }
+    int digits = 3;
+    do { // less than 1 is never shown as 1
+        std::snprintf(text, sizeof text, "%.*g", digits++, number);
+    } while (number < 1 && std::strcmp(text, "1") == 0);
     return text;
 }
 
@@ -94,7 +102,8 @@ private:
             WarnOfOverridden(CATEGORY_DEFAULT, option.defaultLevel, part.warnings);
             break;
         case L'L':
-            if (m_Reading.Last(L'L') == &option && HasFile()) {
+            // A name in doubt is not lectured on.
+            if (part.warnings.empty() && m_Reading.Last(L'L') == &option && HasFile()) {
                 Append(part.warnings, WarningsOfFiles(m_Reading));
             }
             break;
@@ -134,7 +143,7 @@ private:
     void WarnOfRate(std::vector<std::string>& warnings) const
     {
         if (HasFile() && m_Reading.size != 0 && m_Reading.size < m_Rate) {
-            warnings.push_back("at " + Rounded(m_Rate) + " bytes a second a file is full after " +
+            warnings.push_back("at " + Bytes(Rounded(m_Rate)) + " a second a file is full after " +
                                Rounded(m_Reading.size / m_Rate) +
                                " s: each needs a second of its own for its name, so that the dispatcher is held up for "
                                "the rest of every second, and messages are lost when the queue is full");
@@ -196,8 +205,8 @@ private:
         if (m_Reading.size == 0) {
             result.emplace_back("size", "no limit");
         } else {
-            result.emplace_back("size", "full after " + Rounded(m_Reading.size / m_Rate) + " s at " + Rounded(m_Rate) +
-                                            " bytes a second");
+            result.emplace_back("size", "full after " + Rounded(m_Reading.size / m_Rate) + " s at " +
+                                            Bytes(Rounded(m_Rate)) + " a second");
         }
     }
 

@@ -138,9 +138,10 @@ private:
         if (EndsEarly(m_Names.current)) {
             Warn("a character whose low eight bits are 0 ends the name" + lost);
         } else if (last.empty() || last == L"." || last == L"..") {
+            const bool isAnyOld = !m_Names.folder.empty() && m_Names.base.empty() && m_Names.suffix.empty();
             Warn((m_Names.current.empty() ? "the current name is empty"
                                           : "the current name " + Quote(m_Names.current) + " is that of a folder") +
-                 lost);
+                 lost + (isAnyOld ? "; all files in the folder count as old ones and may be removed" : ""));
         } else if (Narrow(LastComponent(m_Names.stamped)).size() > NAME_MAX || m_Names.stamped.size() >= PATH_MAX) {
             Warn("the name is too long: with a time stamp the last part may have " + std::to_string(NAME_MAX) +
                  " bytes, the whole " + std::to_string(PATH_MAX - 1));
@@ -168,7 +169,7 @@ private:
     {
         if (m_Names.folder.empty()) {
             Warn("the name has no folder: files are never removed and pile up; write L" +
-                 Shown((m_Reading.fileName.front() == L'/' ? L"/." : L"./") + m_Reading.fileName));
+                 Shown(Recommended(m_Reading.fileName)));
             return;
         }
         const std::wstring stamped = EntryOf(m_Names, m_Names.stamped);
@@ -200,7 +201,7 @@ private:
             warning +=
                 ": when a file is full, of the time-stamped ones one less than " + std::to_string(m_Count) + " is kept";
         }
-        Warn(warning + "; write L" + Shown(WithDash(m_Names)));
+        Warn(warning + "; write L" + Shown(Recommended(m_Reading.fileName)));
     }
 
     void WarnOfCharacters()
@@ -240,10 +241,22 @@ private:
 
 } // namespace
 
+std::wstring Recommended(const std::wstring& pattern)
+{
+    if (FolderOfOldFiles(pattern).empty()) {
+        const std::wstring placed = (pattern.substr(0, 1) == L"/" ? L"/." : L"./") + pattern;
+        return Recommended(placed);
+    }
+    const SFileNames names(pattern);
+    return IsRecognised(names, EntryOf(names, names.stamped)) && IsRecognised(names, EntryOf(names, names.current))
+               ? WithDash(names)
+               : pattern;
+}
+
 WordsList FilesInWords(const SOptionsReading& reading)
 {
     const SFileNames names(reading.fileName);
-    const std::string whenFull = reading.size == 0 ? "" : "at " + std::to_string(reading.size) + " bytes, ";
+    const std::string whenFull = reading.size == 0 ? "" : "at " + Bytes(std::to_string(reading.size)) + ", ";
     const std::string folder = FolderToMake(names.current);
     WordsList words = {{"file", Shown(names.current)}};
     if (!folder.empty()) {

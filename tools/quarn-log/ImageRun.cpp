@@ -33,6 +33,7 @@ SOutputStyle StyleOf(const SReadOptions& options)
 
 ImageRun::ImageRun(const std::string& program, const SReadOptions& options)
     : m_Options(options)
+    , m_PipeReader(program == "quarn-log info" ? "info" : "show")
     , m_Output(stdout, program, MakeWriter(options.format, StyleOf(options)))
 {
     Reopen();
@@ -78,7 +79,7 @@ int ImageRun::End(bool found)
 
 bool ImageRun::ExplainCompressed(const ImageStart& start)
 {
-    const std::string pipe = PipeFor(start, m_Options.image);
+    const std::string pipe = PipeFor(start, m_Options.image, m_PipeReader);
     if (!pipe.empty()) {
         Notice("is compressed, read it with: " + pipe);
     }

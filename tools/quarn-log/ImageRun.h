@@ -47,6 +47,7 @@ public:
 
 private:
     const SReadOptions& m_Options;
+    std::string m_PipeReader; ///< The subcommand for an image that comes through a pipe.
     Output m_Output;
     std::optional<InputFile> m_Input;
 };

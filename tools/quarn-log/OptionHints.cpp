@@ -1,5 +1,6 @@
 #include "OptionHints.h"
 
+#include "FilePatternWords.h"
 #include "OptionWords.h"
 #include "OptionsReading.h"
 
@@ -65,6 +66,13 @@ bool BeginsWith(std::wstring_view text, std::wstring_view beginning)
     return text.substr(0, beginning.size()) == beginning;
 }
 
+/// Without the "=" of one who takes the option for a name.
+std::wstring_view WithoutAssignment(std::wstring_view text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(L"=: "), text.size()));
+    return text;
+}
+
 std::wstring_view WithoutPunctuation(std::wstring_view text)
 {
     const auto begin = std::find_if(text.begin(), text.end(), IsLetterOrDigit);
@@ -111,7 +119,12 @@ bool IsCorrectOption(std::wstring_view text)
                        [](const SReadPair& pair) { return WarningsOf(pair).empty(); });
 }
 
-std::string Write(std::wstring_view text) { return "; write " + Shown(text); }
+/// A file name as it is best written, so that nothing is to be said of that either.
+std::string Write(std::wstring_view text)
+{
+    const bool isFile = text.substr(0, 1) == L"L";
+    return "; write " + (isFile ? "L" + Shown(Recommended(std::wstring(text.substr(1)))) : Shown(text));
+}
 
 std::string WriteIfCorrect(const std::wstring& option)
 {
@@ -200,10 +213,25 @@ std::string HintForLevel(std::wstring_view value)
     if (const std::wstring_view level = WrittenLevel(LeadingWord(plain)); !level.empty()) {
         return Write(L"l" + std::wstring(level));
     }
+    if (IsLetter(value.front())) {
+        if (const std::string hint = HintForAssigned(value.substr(LeadingWord(value).size())); !hint.empty()) {
+            return hint;
+        }
+    }
+    if (const std::wstring_view path = WithoutAssignment(value); path.size() != value.size() && LooksLikePath(path)) {
+        return WriteIfCorrect(L"L" + std::wstring(path));
+    }
     if (LooksLikePath(value)) {
         return WriteIfCorrect((BeginsWith(value, L"og") ? L"Ll" : L"L") + std::wstring(value));
     }
     return {};
+}
+
+std::string HintForAssigned(std::wstring_view rest)
+{
+    const std::wstring_view assignment = rest.substr(std::min(rest.find_first_not_of(L' '), rest.size()));
+    return !assignment.empty() && (assignment.front() == L'=' || assignment.front() == L':') ? HintForLevel(assignment)
+                                                                                             : std::string();
 }
 
 std::string HintForLevelNumber(std::wstring_view value)
@@ -258,8 +286,14 @@ std::string HintForDigits(std::wstring_view pair)
 
 std::string HintForFileName(std::wstring_view name)
 {
-    if (name.front() == L'=' || name.front() == L':' || name.front() == L' ') {
-        return "; write L" + Shown(WithoutPunctuation(name));
+    if (const std::wstring_view assigned = WithoutAssignment(name);
+        assigned.size() != name.size() && !assigned.empty()) {
+        if (const std::wstring_view level = WrittenLevel(assigned); !level.empty()) {
+            return Write(L"l" + std::wstring(level)) + " for the level";
+        }
+        const std::size_t separator = std::min(assigned.find_first_of(SEPARATORS), assigned.size());
+        const std::string rest = HintForRest(assigned.substr(separator));
+        return Write(L"L" + std::wstring(rest.empty() ? assigned : assigned.substr(0, separator))) + rest;
     }
     if (!WrittenLevel(name).empty() || name.size() == 1) {
         const std::string hint = WriteIfCorrect(L"l" + Lower(name));

@@ -25,6 +25,8 @@ bool MeansOff(std::wstring_view value);
 
 std::string HintForUnknown(std::wstring_view option);
 std::string HintForLevel(std::wstring_view value);
+/// For what stands behind a word that is no level, if it begins with "=" or ":".
+std::string HintForAssigned(std::wstring_view rest);
 std::string HintForLevelNumber(std::wstring_view value);
 std::string HintForPairs(std::wstring_view value);
 std::string HintForDigits(std::wstring_view pair);

@@ -109,10 +109,17 @@ private:
             Warn("only the first character counts" + hint);
         } else {
             const std::wstring_view word = LeadingWord(value);
-            if (!IsWordFor(m_Option.defaultLevel, word)) {
-                Warn("only the first letter of " + Quote(word) + " counts");
+            const std::wstring_view rest = value.substr(word.size());
+            if (IsWordFor(m_Option.defaultLevel, word)) {
+                WarnOfRest(rest);
+                return;
             }
-            WarnOfRest(value.substr(word.size()));
+            Warn("only the first letter of " + Quote(word) + " counts");
+            if (const std::string assigned = Hint(HintForAssigned, rest); !assigned.empty()) {
+                Warn(Quote(rest) + " is passed over" + assigned);
+            } else {
+                WarnOfRest(rest);
+            }
         }
     }
 
@@ -215,7 +222,7 @@ std::string MeaningOfSize(std::uint32_t size)
     if (size == 0) {
         return "no limit to the size of the file";
     }
-    return "a file of " + std::to_string(size) + " bytes or more is put aside, and a new one begun";
+    return "a file of " + Bytes(std::to_string(size)) + " or more is put aside, and a new one begun";
 }
 
 bool IsVisible(wchar_t character)
@@ -245,6 +252,8 @@ std::string Shown(std::wstring_view text)
 }
 
 std::string Quote(std::wstring_view text) { return '"' + Shown(text) + '"'; }
+
+std::string Bytes(const std::string& number) { return number + (number == "1" ? " byte" : " bytes"); }
 
 std::string Passes(int level)
 {

@@ -21,6 +21,9 @@ std::string Quote(std::wstring_view text);
 /// What passes a level: "everything from debug (1000) on".
 std::string Passes(int level);
 
+/// "1 byte", "2 bytes".
+std::string Bytes(const std::string& number);
+
 std::string MeaningOf(const SReadOption& option);
 std::string MeaningOf(const SReadPair& pair);
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <iostream>
 #include <optional>
 #include <string>
 
@@ -23,7 +24,16 @@ std::optional<int> Parse(CLI::App& app, int argc, const char* const* argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? EXIT_FOUND : EXIT_USAGE;
+        if (app.exit(error) != 0) {
+            return EXIT_USAGE;
+        }
+        // Both, as CLI11 may use either.
+        std::cout.flush();
+        if (std::fflush(stdout) != 0 || !std::cout) {
+            std::fprintf(stderr, "%s: standard output did not take everything\n", app.get_name().c_str());
+            return EXIT_CANNOT_WRITE;
+        }
+        return EXIT_FOUND;
     }
     return std::nullopt;
 }
@@ -44,7 +54,7 @@ int RunSubcommand(const SSubcommand& subcommand, const std::string& program, int
 /// The program by itself: its help, its version, or what is wrong.
 int RunWithoutSubcommand(int argc, const char* const* argv)
 {
-    CLI::App app("Reads the logs of libQuarnLogging.", "quarn-log");
+    CLI::App app("Reads logs of libQuarnLogging, and explains its options strings.", "quarn-log");
     for (const SSubcommand* const subcommand : SUBCOMMANDS) {
         app.add_subcommand(subcommand->name, subcommand->summary);
     }
