@@ -71,8 +71,11 @@ if(QUARN_LD_GOLD AND NOT QUARN_SANITIZE)
 endif()
 
 # quarn_add_test_program(<target> <source>...): a source of another folder, which several programs have, is compiled once
-# for all of them; it sees the library's headers.
+# for all of them, and optimised; it sees the library's headers.
 function(quarn_add_test_program target)
+  if(NOT QUARN_COVERAGE)
+    set(QUARN_TEST_OPTIMISATION -O1)
+  endif()
   add_executable(${target})
   foreach(source IN LISTS ARGN)
     if(NOT source MATCHES "^\\.\\./")

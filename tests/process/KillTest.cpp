@@ -63,7 +63,7 @@ protected:
     }
     void TearDown() override { munmap(m_pCounts, sizeof(SKillCounts)); }
 
-    static int Rounds() { return ByDepth(ORDINARY_ROUNDS, NIGHTLY_ROUNDS); }
+    static int Rounds() { return ByDepth(ORDINARY_ROUNDS / 4, ORDINARY_ROUNDS, NIGHTLY_ROUNDS); }
     static bool IsVariable() { return std::string(GetParam().lengths) == "variable"; }
     std::uint32_t Random(std::uint32_t least, std::uint32_t most) { return least + m_Random() % (most - least + 1); }
     std::uint32_t Returned() const

@@ -6,17 +6,20 @@
 
 namespace QuarnTest {
 
-/// Whether the environment asks for the full figures (QUARN_TEST_DEPTH=nightly) instead of a short run of the same.
-inline bool IsNightly()
+/// How much of the same the environment asks for: the full figures with QUARN_TEST_DEPTH=nightly, the least that still
+/// says something with "short".
+template <class T>
+T ByDepth(T least, T ordinary, T nightly)
 {
-    const char* const depth = std::getenv("QUARN_TEST_DEPTH");
-    return depth != nullptr && std::string(depth) == "nightly";
+    const char* const variable = std::getenv("QUARN_TEST_DEPTH");
+    const std::string depth = variable == nullptr ? "" : variable;
+    return depth == "nightly" ? nightly : depth == "short" ? least : ordinary;
 }
 
 template <class T>
 T ByDepth(T ordinary, T nightly)
 {
-    return IsNightly() ? nightly : ordinary;
+    return ByDepth(ordinary, ordinary, nightly);
 }
 
 } // namespace QuarnTest
